@@ -1,0 +1,415 @@
+// The filter's job loop. Pages are rendered one header late: when header
+// n + 1 arrives page n is sent, and the last page is sent at the end of the
+// document, flagged as last so the cutter logic can finish the job.
+#include "rastokivepl.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "CLEFile.h"
+#include "EPLRender.h"
+#include "FileLock.h"
+#include "GetPpdSelfOption.h"
+#include "InitalizeOemCfg.h"
+#include "log4z.h"
+
+volatile sig_atomic_t Canceled = 0;
+tagOEMCFG g_oemCfg;
+_DEVMODE g_devMode;
+_OEMPDEV g_oemPDEV;
+
+namespace {
+
+// The driver log: each job starts a fresh file.
+constexpr const char* kLogDir = "/tmp";
+constexpr const char* kLogName = "kvepl";
+constexpr const char* kLogFile = "/tmp/kvepl.log";
+constexpr mode_t kLogUmask = 022;
+
+// Messages for the spooler. None ends with a newline.
+constexpr const char* kUsageText = "rastertokivcp job-id user title copies options [file]";
+constexpr const char* kRasterOpenText = "ERROR: Unable to open raster file";
+constexpr const char* kRasterStreamText = "cupsRasterOpen failed.";
+constexpr const char* kPpdOpenText = "The PPD file could not be opened.";
+constexpr const char* kPageDoneText = "Finish print operation.";
+constexpr const char* kNoPagesText = "No pages were found.";
+constexpr const char* kPageMemoryText = "ERROR: Not enough memory for the page buffer";
+
+// The spooler passes "job-id user title copies options", plus the raster
+// file when it does not come on standard input.
+constexpr int kArgsWithStdin = 6;
+constexpr int kArgsWithFile = 7;
+constexpr int kStdinFd = 0;
+constexpr unsigned kRasterOpenFailSleepSeconds = 1;
+
+constexpr int kExitOk = 0;
+constexpr int kExitFailure = 1;
+
+// LERFIDJobTask result that stops the job.
+constexpr int kRfidStopJob = 1;
+constexpr int kRfidNotRfidJob = 0;
+constexpr int kRfidDataSent = 2;
+constexpr int kTaskInfoTimeoutSeconds = 5;
+constexpr size_t kTaskInfoReadMax = 255;
+
+// What the page loop needs to know about the job.
+struct JobContext {
+    cups_raster_t* ras;
+    ppd_file_t* ppd;
+    const char* title;
+    int jobId;
+    bool logOn;
+};
+
+// Pointers are logged as 32-bit hexadecimal values, their low half.
+unsigned PointerLow32(const void* p)
+{
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
+}
+
+// Removes the last job's log and starts the main logger on "/tmp/kvepl.log",
+// with the file created under umask 022 so other users can read it.
+void StartDriverLog()
+{
+    mode_t oldMask = umask(kLogUmask);
+    remove(kLogFile);
+    ILog4zManager* logger = ILog4zManager::getInstance();
+    logger->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, kLogDir);
+    logger->setLoggerName(LOG4Z_MAIN_LOGGER_ID, kLogName);
+    logger->start();
+    umask(oldMask);
+}
+
+// Makes a renderer for one call, pointed at the three job records.
+void AttachRecords(CEPLRender& render)
+{
+    render.SetOemCfgPointer(&g_oemCfg);
+    render.SetDevModePointer(&g_devMode);
+    render.SetOemPdevPointer(&g_oemPDEV);
+}
+
+// Renders the held page; returns the renderer's result.
+bool RenderHeldPage(bool lastPage, bool logOn)
+{
+    CEPLRender render;
+    AttachRecords(render);
+    return render.TransCommand(lastPage, logOn);
+}
+
+// Builds the job records from the PPD and the first header and sends the
+// start of the document. The configuration is never rebuilt later.
+void SetUpJob(ppd_file_t* ppd, cups_page_header2_t* header)
+{
+    LOGFMTD("Begin to initialize configures");
+    InitalizeOemCfg(&g_oemCfg, ppd, header);
+    InitDevmode(&g_devMode, header);
+    InitOemPDEV(&g_oemPDEV, header);
+    LOGFMTD("Initializing configures finish");
+    CEPLRender render;
+    AttachRecords(render);
+    int result = render.StartDocCMD();
+    LOGFMTD("The resault of StartDocCMD is %d", result);
+}
+
+// Sends the page held from the previous header, if any, as a middle page.
+// Returns false when the renderer refused it; the buffer is then released
+// and the job must end.
+bool FlushHeldPage(bool logOn)
+{
+    if (g_oemPDEV.dwCurPageNum == 0 || !g_oemPDEV.pBufStart)
+        return true;
+    if (RenderHeldPage(false, logOn))
+        return true;
+    ReleaseHeldPage(&g_oemPDEV);
+    return false;
+}
+
+// Reads and drops the page that follows `header`, in one read of the whole
+// page, so the stream is consumed as the spooler sent it.
+void DiscardPage(cups_raster_t* ras, const cups_page_header2_t& header)
+{
+    uint64_t size = uint64_t(header.cupsHeight) * header.cupsBytesPerLine;
+    if (size == 0 || size > UINT32_MAX)
+        return;
+    std::unique_ptr<unsigned char, decltype(&free)> scratch(static_cast<unsigned char*>(malloc(size)), &free);
+    if (scratch)
+        cupsRasterReadPixels(ras, scratch.get(), static_cast<unsigned>(size));
+}
+
+// The page loop; returns the number of page headers counted. Sets
+// `outOfMemory` when a page buffer could not be had.
+int RunPageLoop(const JobContext& job, bool* outOfMemory)
+{
+    cups_page_header2_t header;
+    int page = 0;
+    while (cupsRasterReadHeader2(job.ras, &header) && !Canceled) {
+        ++page;
+        if (LERFIDJobTask(job.title, job.jobId) == kRfidStopJob) {
+            DiscardPage(job.ras, header);
+            break;
+        }
+        StartPage(job.ppd, &header, page);
+        if (page == 1)
+            SetUpJob(job.ppd, &header);
+        LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum), PointerLow32(g_oemPDEV.pBufStart));
+        if (!FlushHeldPage(job.logOn))
+            break;
+        g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);
+        ReleaseHeldPage(&g_oemPDEV);
+        if (!ReadPageIntoHeldBuffer(job.ras, header, &g_oemPDEV)) {
+            *outOfMemory = true;
+            break;
+        }
+        if (Canceled == 1)
+            break;
+        fputs(kPageDoneText, stderr);
+        if (Canceled != 0)
+            break;
+    }
+    return page;
+}
+
+// Sends the held page as the last page and releases it.
+void EndDocument(bool logOn)
+{
+    LOGFMTD("EndDoc, bufStart is 0x%x", PointerLow32(g_oemPDEV.pBufStart));
+    if (!g_oemPDEV.pBufStart)
+        return;
+    RenderHeldPage(true, logOn);
+    ReleaseHeldPage(&g_oemPDEV);
+}
+
+// Opens the raster source: the file argument, else standard input.
+// Returns -1 when the file cannot be opened.
+int OpenRasterSource(int argc, char* argv[])
+{
+    if (argc == kArgsWithFile)
+        return open(argv[6], O_RDONLY);
+    return kStdinFd;
+}
+
+// Installs CancelJob for SIGTERM: handler only, empty mask, no flags.
+void InstallCancelHandler()
+{
+    struct sigaction action;
+    memset(&action, 0, sizeof(action));
+    sigemptyset(&action.sa_mask);
+    action.sa_handler = CancelJob;
+    action.sa_flags = 0;
+    sigaction(SIGTERM, &action, nullptr);
+}
+
+// Reports why the PPD could not be opened, as the PPD reader saw it.
+void ReportPpdOpenFailure()
+{
+    int line = 0;
+    ppd_status_t status = ppdLastError(&line);
+    fputs(kPpdOpenText, stderr);
+    fprintf(stderr, "%s on line %d.", ppdErrorString(status), line);
+}
+
+// Writes the job's arguments to the debug log.
+void LogJobArguments(int argc, char* argv[], int jobId)
+{
+    LOGFMTD("job_id = %d", jobId);
+    LOGFMTD("user = %s", argv[2]);
+    LOGFMTD("job_title = %s", argv[3]);
+    LOGFMTD("num_copies = %d", static_cast<int>(strtol(argv[4], nullptr, 10)));
+    LOGFMTD("options = %s", argv[5]);
+    LOGFMTD("filename = %s", argc == kArgsWithFile ? argv[6] : "");
+    LOGFMTD("pid = %ld", static_cast<long>(getpid()));
+}
+
+}  // namespace
+
+void CancelJob(int /*sig*/)
+{
+    Canceled = 1;
+}
+
+void InitializeSetting(const char* options, ppd_file_t* ppd)
+{
+    ppdMarkDefaults(ppd);
+    cups_option_t* parsed = nullptr;
+    int count = cupsParseOptions(options, 0, &parsed);
+    if (count != 0 && parsed) {
+        cupsMarkOptions(ppd, count, parsed);
+        cupsFreeOptions(count, parsed);
+    }
+}
+
+bool UpdateLogStatus(ppd_file_t* ppd)
+{
+    int index = GetOptionChoiceIndex("DriverLog", ppd);
+    if (index > 0)
+        return true;
+    LOGFMTD("driver log record: %d", index);
+    ILog4zManager::getInstance()->stop();
+    return false;
+}
+
+void StartPage(ppd_file_t* /*ppd*/, cups_page_header2_t* header, int page)
+{
+    const cups_page_header2_t& h = *header;
+    LOGFMTD("****************Start Page %d *****************", page);
+    LOGFMTD("Duplex = %d", static_cast<int>(h.Duplex));
+    LOGFMTD("HWResolution = [ %d %d ]", static_cast<int>(h.HWResolution[0]), static_cast<int>(h.HWResolution[1]));
+    LOGFMTD("ImagingBoundingBox = [ %d %d %d %d ]", static_cast<int>(h.ImagingBoundingBox[0]),
+            static_cast<int>(h.ImagingBoundingBox[1]), static_cast<int>(h.ImagingBoundingBox[2]),
+            static_cast<int>(h.ImagingBoundingBox[3]));
+    LOGFMTD("Margins = [ %d %d ]", static_cast<int>(h.Margins[0]), static_cast<int>(h.Margins[1]));
+    LOGFMTD("ManualFeed = %d", static_cast<int>(h.ManualFeed));
+    LOGFMTD("MediaPosition = %d", static_cast<int>(h.MediaPosition));
+    LOGFMTD("NumCopies = %d", static_cast<int>(h.NumCopies));
+    LOGFMTD("Orientation = %d", static_cast<int>(h.Orientation));
+    LOGFMTD("PageSize = [ %d %d ]", static_cast<int>(h.PageSize[0]), static_cast<int>(h.PageSize[1]));
+    LOGFMTD("cupsWidth = %d", static_cast<int>(h.cupsWidth));
+    LOGFMTD("cupsHeight = %d", static_cast<int>(h.cupsHeight));
+    LOGFMTD("cupsMediaType = %d", static_cast<int>(h.cupsMediaType));
+    LOGFMTD("cupsBitsPerColor = %d", static_cast<int>(h.cupsBitsPerColor));
+    LOGFMTD("cupsBitsPerPixel = %d", static_cast<int>(h.cupsBitsPerPixel));
+    LOGFMTD("cupsBytesPerLine = %d", static_cast<int>(h.cupsBytesPerLine));
+    LOGFMTD("cupsColorOrder = %d", static_cast<int>(h.cupsColorOrder));
+    LOGFMTD("cupsColorSpace = %d", static_cast<int>(h.cupsColorSpace));
+    LOGFMTD("cupsCompression = %d", static_cast<int>(h.cupsCompression));
+}
+
+uint64_t PageStride(const cups_page_header2_t& header)
+{
+    return ((uint64_t(header.cupsBitsPerPixel) * header.cupsWidth + 31) >> 5) * 4;
+}
+
+void SwapRedBlue(unsigned char* line, uint64_t lineBytes, uint64_t width)
+{
+    uint64_t groups = std::min(width, lineBytes / 3);
+    for (uint64_t i = 0; i < groups; ++i)
+        std::swap(line[3 * i], line[3 * i + 2]);
+}
+
+void ReleaseHeldPage(_OEMPDEV* pdev)
+{
+    free(pdev->pBufStart);
+    pdev->pBufStart = nullptr;
+}
+
+namespace {
+
+// Bytes that the first page's geometry needs: later pages are read by the
+// renderer with it.
+uint64_t FirstPageBytes(const tagBITMAPINFOHEADER& first)
+{
+    uint64_t stride = ((uint64_t(first.biBitCount) * uint32_t(first.biWidth) + 31) >> 5) * 4;
+    return stride * uint32_t(first.biHeight);
+}
+
+// stride x rows, or 0 when the product does not fit the 32-bit size field.
+uint64_t PageBytes(uint64_t stride, uint64_t rows)
+{
+    if (stride != 0 && rows > UINT32_MAX / stride)
+        return 0;
+    return stride * rows;
+}
+
+}  // namespace
+
+bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev)
+{
+    uint64_t stride = PageStride(header);
+    uint64_t ownBytes = PageBytes(stride, header.cupsHeight);
+    if (ownBytes == 0 && stride != 0 && header.cupsHeight != 0)
+        return false;
+    uint64_t size = std::max(ownBytes, FirstPageBytes(pdev->bmInfoHeader));
+    if (size > UINT32_MAX)
+        return false;
+    std::unique_ptr<unsigned char, decltype(&free)> line(static_cast<unsigned char*>(malloc(std::max(1u, header.cupsBytesPerLine))), &free);
+    unsigned char* buffer = static_cast<unsigned char*>(calloc(std::max<uint64_t>(size, 1), 1));
+    if (!line || !buffer) {
+        free(buffer);
+        return false;
+    }
+    pdev->pBufStart = buffer;
+    pdev->dwBufSize = static_cast<uint32_t>(size);
+    uint64_t rowBytes = std::min<uint64_t>(header.cupsBytesPerLine, stride);
+    for (uint64_t row = 0; row < header.cupsHeight; ++row) {
+        if (cupsRasterReadPixels(ras, line.get(), header.cupsBytesPerLine) == 0)
+            break;
+        SwapRedBlue(line.get(), header.cupsBytesPerLine, header.cupsWidth);
+        memcpy(buffer + row * stride, line.get(), rowBytes);
+    }
+    return true;
+}
+
+bool TaskInfo(int jobId, int& index)
+{
+    (void)jobId;
+    (void)index;
+    return false;
+}
+
+int LERFIDJobTask(const char* title, int jobId)
+{
+    LOGFMTD("LERFIDJobTask - %s, %d", title, jobId);
+    CLEFile rfid(title ? title : "");
+    if (!rfid.CheckRFIDTask())
+        return kRfidNotRfidJob;
+    if (!rfid.InitMsgQueue())
+        return kRfidStopJob;
+    return kRfidStopJob;
+}
+
+int FilterMain(int argc, char* argv[])
+{
+    setbuf(stderr, nullptr);
+    StartDriverLog();
+    if (argc != kArgsWithStdin && argc != kArgsWithFile) {
+        fputs(kUsageText, stderr);
+        return kExitFailure;
+    }
+    int fd = OpenRasterSource(argc, argv);
+    if (fd < 0) {
+        fputs(kRasterOpenText, stderr);
+        sleep(kRasterOpenFailSleepSeconds);
+        return kExitFailure;
+    }
+    cups_raster_t* ras = cupsRasterOpen(fd, CUPS_RASTER_READ);
+    if (!ras) {
+        fputs(kRasterStreamText, stderr);
+        return kExitFailure;
+    }
+    Canceled = 0;
+    InstallCancelHandler();
+    ppd_file_t* ppd = ppdOpenFile(getenv("PPD"));
+    if (!ppd) {
+        ReportPpdOpenFailure();
+        return kExitFailure;
+    }
+    InitializeSetting(argv[5], ppd);
+    bool logOn = UpdateLogStatus(ppd);
+    int jobId = static_cast<int>(strtol(argv[1], nullptr, 10));
+    LogJobArguments(argc, argv, jobId);
+
+    JobContext job{ras, ppd, argv[3], jobId, logOn};
+    bool outOfMemory = false;
+    int pages = RunPageLoop(job, &outOfMemory);
+    EndDocument(logOn);
+
+    ppdClose(ppd);
+    cupsRasterClose(ras);
+    if (fd != kStdinFd)
+        close(fd);
+    if (pages == 0)
+        fputs(kNoPagesText, stderr);
+    if (outOfMemory) {
+        fputs(kPageMemoryText, stderr);
+        return kExitFailure;
+    }
+    return kExitOk;
+}

@@ -1,0 +1,40 @@
+// The renderer the job loop drives: it holds the three job records and
+// writes printer commands to standard output, the start of the document once
+// per job and each page through the page pipeline.
+#ifndef KV_RENDER_EPLRENDER_H
+#define KV_RENDER_EPLRENDER_H
+
+#include <cstdint>
+
+#include "DevMode.h"
+#include "OemCfg.h"
+
+class CEPLRender {
+public:
+    CEPLRender();
+    ~CEPLRender();
+
+    // The records are owned by the job loop and outlive the renderer.
+    void SetOemCfgPointer(tagOEMCFG* cfg);
+    void SetDevModePointer(_DEVMODE* devMode);
+    void SetOemPdevPointer(_OEMPDEV* pdev);
+
+    // Writes `size` bytes of `data` to standard output in one buffered write.
+    // Returns 1 when any byte was written, 0 otherwise or when no job has
+    // been set up (null configuration). The last two arguments are unused.
+    int32_t SendCommand(unsigned char* data, unsigned int size, unsigned char, wchar_t*);
+
+    // Emits the start-of-document block. Returns 0 when no job has been set
+    // up, else 1.
+    int32_t StartDocCMD();
+
+    // Renders the held page. Returns false only when there is no held page.
+    bool TransCommand(bool lastPage, bool logOn);
+
+private:
+    tagOEMCFG* m_pOemCfg;   // null: no job set up
+    _DEVMODE* m_pDevMode;
+    _OEMPDEV* m_pOemPdev;
+};
+
+#endif

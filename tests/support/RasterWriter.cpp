@@ -1,0 +1,93 @@
+// Raster streams for tests, written through cupsRasterOpen(CUPS_RASTER_WRITE).
+#include "RasterWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <stdexcept>
+
+#include "PpdWriter.h"
+
+namespace kvtest {
+
+namespace {
+
+constexpr unsigned kPointsPerInch = 72;
+
+}  // namespace
+
+cups_page_header2_t RgbHeader(unsigned width, unsigned height, unsigned dpi)
+{
+    cups_page_header2_t h;
+    memset(&h, 0, sizeof(h));
+    h.HWResolution[0] = dpi;
+    h.HWResolution[1] = dpi;
+    h.PageSize[0] = width * kPointsPerInch / dpi;
+    h.PageSize[1] = height * kPointsPerInch / dpi;
+    h.ImagingBoundingBox[2] = h.PageSize[0];
+    h.ImagingBoundingBox[3] = h.PageSize[1];
+    h.NumCopies = 1;
+    h.cupsWidth = width;
+    h.cupsHeight = height;
+    h.cupsBitsPerColor = 8;
+    h.cupsBitsPerPixel = 24;
+    h.cupsBytesPerLine = width * 3;
+    h.cupsColorOrder = CUPS_ORDER_CHUNKED;
+    h.cupsColorSpace = CUPS_CSPACE_RGB;
+    return h;
+}
+
+RasterPage RgbPage(unsigned width, unsigned height, unsigned dpi,
+                   const std::function<void(unsigned, unsigned, unsigned char[3])>& pixel)
+{
+    RasterPage page{RgbHeader(width, height, dpi), {}};
+    for (unsigned y = 0; y < height; ++y) {
+        std::vector<unsigned char> row(width * 3);
+        for (unsigned x = 0; x < width; ++x)
+            pixel(x, y, &row[3 * x]);
+        page.rows.push_back(std::move(row));
+    }
+    return page;
+}
+
+RasterPage SolidPage(unsigned width, unsigned height, unsigned dpi, unsigned char r, unsigned char g, unsigned char b)
+{
+    return RgbPage(width, height, dpi, [&](unsigned, unsigned, unsigned char rgb[3]) {
+        rgb[0] = r;
+        rgb[1] = g;
+        rgb[2] = b;
+    });
+}
+
+void WriteRaster(const std::string& path, const std::vector<RasterPage>& pages)
+{
+    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd < 0)
+        throw std::runtime_error("cannot create " + path);
+    cups_raster_t* ras = cupsRasterOpen(fd, CUPS_RASTER_WRITE);
+    if (!ras) {
+        close(fd);
+        throw std::runtime_error("cupsRasterOpen for writing failed");
+    }
+    for (const RasterPage& page : pages) {
+        cups_page_header2_t header = page.header;
+        cupsRasterWriteHeader2(ras, &header);
+        for (const std::vector<unsigned char>& row : page.rows) {
+            std::vector<unsigned char> copy(row);
+            cupsRasterWritePixels(ras, copy.data(), static_cast<unsigned>(copy.size()));
+        }
+    }
+    cupsRasterClose(ras);
+    close(fd);
+}
+
+std::string RasterBytes(const std::vector<RasterPage>& pages)
+{
+    TempDir dir;
+    std::string path = dir.File("job.ras");
+    WriteRaster(path, pages);
+    return ReadFile(path);
+}
+
+}  // namespace kvtest

@@ -1,0 +1,40 @@
+// Writes CUPS raster streams for tests with libcups's own raster writer.
+#ifndef KV_TESTS_RASTERWRITER_H
+#define KV_TESTS_RASTERWRITER_H
+
+#include <cups/raster.h>
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace kvtest {
+
+// One page: its header and the rows to write (fewer than cupsHeight rows
+// make a short page; only sensible for the last page of a stream).
+struct RasterPage {
+    cups_page_header2_t header;
+    std::vector<std::vector<unsigned char>> rows;
+};
+
+// A 24-bit RGB page header of `width` x `height` pixels at `dpi`.
+cups_page_header2_t RgbHeader(unsigned width, unsigned height, unsigned dpi = 203);
+
+// A page whose pixel (x, y) has the colour `pixel(x, y)` = {r, g, b}.
+RasterPage RgbPage(unsigned width, unsigned height, unsigned dpi,
+                   const std::function<void(unsigned x, unsigned y, unsigned char rgb[3])>& pixel);
+
+// A uniform page of one colour.
+RasterPage SolidPage(unsigned width, unsigned height, unsigned dpi, unsigned char r, unsigned char g, unsigned char b);
+
+// Writes the pages as a raster stream to `path` (no pages: the stream
+// holds only its synchronisation word).
+void WriteRaster(const std::string& path, const std::vector<RasterPage>& pages);
+
+// The same stream as bytes.
+std::string RasterBytes(const std::vector<RasterPage>& pages);
+
+}  // namespace kvtest
+
+#endif

@@ -58,7 +58,6 @@ constexpr int kRfidStopJob = 1;
 constexpr int kRfidNotRfidJob = 0;
 constexpr int kRfidDataSent = 2;
 constexpr int kTaskInfoTimeoutSeconds = 5;
-constexpr size_t kTaskInfoReadMax = 255;
 
 // What the page loop needs to know about the job.
 struct JobContext {
@@ -347,11 +346,41 @@ bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& heade
     return true;
 }
 
+// Reads the stored record under the lock; false when the lock could not be
+// had or the record could not be read and parsed.
+static bool ReadStoredJobInfo(FileLock& file, int& storedId, int& storedIdx)
+{
+    if (!file.lockTimeout(kTaskInfoTimeoutSeconds)) {
+        if (!file.isLocked())
+            LOGFMTD("read-timeout failed");
+        file.unlock();
+        return false;
+    }
+    bool parsed = false;
+    try {
+        std::string text;
+        parsed = file.readAll(text) && FileLock::parseJobInfo(text, storedId, storedIdx);
+    } catch (const std::exception&) {
+        LOGFMTD("Read exception");
+        parsed = false;
+    }
+    file.unlock();
+    return parsed;
+}
+
 bool TaskInfo(int jobId, int& index)
 {
-    (void)jobId;
-    (void)index;
-    return false;
+    FileLock file;
+    int storedId = -1;
+    int storedIdx = -1;
+    if (!ReadStoredJobInfo(file, storedId, storedIdx)) {
+        file.close();
+        return false;
+    }
+    index = (jobId == storedId) ? storedIdx + 1 : 0;
+    file.writeJobInfoTimeout(jobId, index, kTaskInfoTimeoutSeconds);
+    file.close();
+    return true;
 }
 
 int LERFIDJobTask(const char* title, int jobId)
@@ -362,7 +391,15 @@ int LERFIDJobTask(const char* title, int jobId)
         return kRfidNotRfidJob;
     if (!rfid.InitMsgQueue())
         return kRfidStopJob;
-    return kRfidStopJob;
+    int index = -1;
+    if (!TaskInfo(jobId, index))
+        return kRfidStopJob;
+    std::string reply;
+    if (!rfid.GetLERFIDData(reply, index))
+        return kRfidStopJob;
+    size_t written = fwrite(reply.data(), 1, reply.size(), stdout);
+    LOGFMTD("RFID write size: %d", static_cast<int>(written));
+    return written > 0 ? kRfidDataSent : kRfidStopJob;
 }
 
 int FilterMain(int argc, char* argv[])

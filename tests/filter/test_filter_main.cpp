@@ -1,0 +1,74 @@
+// Facts about the job loop that only show inside the filter's own process:
+// what happens to its standard input descriptor.
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+
+#include "PpdWriter.h"
+#include "RasterWriter.h"
+#include "rastokivepl.h"
+
+using namespace kvtest;
+
+namespace {
+
+// Replaces descriptor `fd` with `replacement` until destruction.
+class SwappedFd {
+public:
+    SwappedFd(int fd, int replacement) : m_fd(fd), m_saved(dup(fd))
+    {
+        fflush(nullptr);
+        dup2(replacement, fd);
+    }
+    ~SwappedFd()
+    {
+        fflush(nullptr);
+        dup2(m_saved, m_fd);
+        close(m_saved);
+    }
+
+private:
+    int m_fd;
+    int m_saved;
+};
+
+}  // namespace
+
+TEST(FilterMainInProcess, SixArgumentJobReadsStandardInputAndNeverClosesIt)
+{
+    kvtest::TempDir dir;
+    std::string ppd = LabelPpd().WriteTo(dir.File("label.ppd"));
+    setenv("PPD", ppd.c_str(), 1);
+    std::string raster = RasterBytes({SolidPage(8, 4, 203, 255, 255, 255)});
+    int fds[2];
+    ASSERT_EQ(pipe(fds), 0);
+    ASSERT_EQ(write(fds[1], raster.data(), raster.size()), static_cast<ssize_t>(raster.size()));
+    close(fds[1]);
+    struct stat pipeStat;
+    fstat(fds[0], &pipeStat);
+    int devNull = open("/dev/null", O_WRONLY);
+
+    int status;
+    struct stat afterStat;
+    int flagsAfter;
+    {
+        SwappedFd in(0, fds[0]);
+        SwappedFd out(1, devNull);
+        SwappedFd err(2, devNull);
+        char* argv[] = {const_cast<char*>("rastertokivcp"), const_cast<char*>("3"), const_cast<char*>("user"),
+                        const_cast<char*>("title"), const_cast<char*>("1"), const_cast<char*>(""), nullptr};
+        status = FilterMain(6, argv);
+        flagsAfter = fcntl(0, F_GETFD);
+        fstat(0, &afterStat);
+    }
+    close(fds[0]);
+    close(devNull);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(flagsAfter, -1);
+    EXPECT_EQ(afterStat.st_ino, pipeStat.st_ino);
+}

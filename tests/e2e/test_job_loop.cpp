@@ -394,3 +394,14 @@ TEST_F(Cancel, SigtermWhilePageThreeIsReadSendsItAsTheLastPage)
     EXPECT_EQ(messages.back().rfind("EndDoc, bufStart is 0x", 0), 0u);
     EXPECT_NE(messages.back(), "EndDoc, bufStart is 0x0");
 }
+
+TEST_F(JobLoop, RfidJobWithoutItsServiceEndsAfterDiscardingThePage)
+{
+    FilterResult r = RunFilter(FilterArgs("", "RFID_tag01"), LoggingPpd(), RasterBytes({SmallPage(), SmallPage()}));
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.out, "");
+    std::vector<std::string> messages = LoopMessages();
+    EXPECT_EQ(Count(messages, "LERFIDJobTask - RFID_tag01, 42"), 1u);
+    EXPECT_EQ(Count(messages, "****************Start Page 1 *****************"), 0u);
+}

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "log_test_helpers.h"
@@ -318,6 +319,36 @@ TEST_F(LogManager, TwoRecordsEachOpenWriteAndCloseAndTheFileGrowsByBoth) {
     EXPECT_EQ(firstLine + secondLine, readFile(labelLog()));
 }
 
+TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone) {
+    LoggerId id = makeLabel();
+    ASSERT_TRUE(mgr.start());
+    const int kThreads = 4;
+    const int kLinesEach = 200;
+    std::vector<std::thread> writers;
+    for (int t = 0; t < kThreads; ++t) {
+        writers.emplace_back([this, id, t] {
+            for (int i = 0; i < kLinesEach; ++i) {
+                LOG_FORMAT_ON(&mgr, id, LOG_INFO, "writer %d line %d", t, i);
+            }
+        });
+    }
+    for (std::thread &w : writers) {
+        w.join();
+    }
+    std::vector<std::string> lines = splitLines(readFile(labelLog()));
+    ASSERT_EQ(static_cast<size_t>(kThreads * kLinesEach), lines.size());
+    std::vector<int> nextLine(kThreads, 0);
+    for (const std::string &line : lines) {
+        ParsedLine parsed = parseLine(line);
+        ASSERT_TRUE(parsed.ok) << line;
+        int t = -1;
+        int i = -1;
+        ASSERT_EQ(2, sscanf(parsed.rest.c_str(), "writer %d line %d", &t, &i)) << line;
+        ASSERT_TRUE(t >= 0 && t < kThreads) << line;
+        EXPECT_EQ(nextLine[t]++, i);
+    }
+}
+
 TEST_F(LogManager, WritesAreCountedInRecordsAndBytes) {
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
@@ -497,6 +528,20 @@ TEST_F(LogManager, ReserveTimeZeroKeepsEveryFile) {
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb", feb)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb again", feb + 1)));
     EXPECT_TRUE(fileExists(dir.file("2001_01/Label.log")));
+}
+
+TEST_F(LogManager, HistoryIsKeptOnlyWithAReserveTime) {
+    LoggerId plain = makeLabel();
+    LoggerId reserved = mgr.createLogger("Reserved");
+    mgr.setLoggerPath(reserved, dir.path().c_str());
+    mgr.setLoggerReserveTime(reserved, 60);
+    ASSERT_TRUE(mgr.start());
+    for (int i = 0; i < 3; ++i) {
+        ASSERT_TRUE(mgr.pushLog(recordWith(mgr, plain, LOG_DEBUG, "p", kJune15Noon + i)));
+        ASSERT_TRUE(mgr.pushLog(recordWith(mgr, reserved, LOG_DEBUG, "r", kJune15Noon + i)));
+    }
+    EXPECT_EQ(0u, snapshotOf(mgr, plain).nHistory);
+    EXPECT_EQ(3u, snapshotOf(mgr, reserved).nHistory);
 }
 
 TEST_F(LogManager, ReserveTimeKeepsFilesYoungerThanIt) {

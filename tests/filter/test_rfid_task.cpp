@@ -3,7 +3,6 @@
 // standard output.
 #include <gtest/gtest.h>
 
-#include <fcntl.h>
 #include <sys/ipc.h>
 #include <sys/msg.h>
 #include <unistd.h>
@@ -13,6 +12,7 @@
 #include <string>
 
 #include "PpdWriter.h"
+#include "StdoutCapture.h"
 #include "rastokivepl.h"
 
 using namespace kvtest;
@@ -78,21 +78,12 @@ protected:
     // Runs the RFID step with standard output captured.
     int Run(const char* title, int jobId)
     {
-        std::string path = m_dir.File("stdout");
-        int file = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        fflush(stdout);
-        int saved = dup(1);
-        dup2(file, 1);
+        StdoutCapture capture;
         int result = LERFIDJobTask(title, jobId);
-        fflush(stdout);
-        dup2(saved, 1);
-        close(saved);
-        close(file);
-        m_out = ReadFile(path);
+        m_out = capture.Take();
         return result;
     }
 
-    kvtest::TempDir m_dir;
     std::string m_out;
     bool m_hadFile = false;
     std::string m_saved;

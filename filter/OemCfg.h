@@ -40,7 +40,9 @@ struct tagOEMCFG {
     int16_t sMinImaginaryLineLen;  // shortest line that is dashed, mm
     int16_t sBlackInterval;      // dash black run, mm
     int16_t sWhiteInterval;      // dash white run, mm
-    uint8_t byReserved2[130];
+    uint32_t dwPrintedLabels;    // labels printed so far; the page builder adds each page's copies
+    uint8_t bCornerDot;          // non-zero: the page builder marks the label's far corner with one dot
+    uint8_t byReserved2[125];
     int32_t nLevelsAdj;          // levels adjustment (gamma x 100)
     uint8_t byReserved3[9];
     int16_t sMaxOutputWidth;     // widest printable width, mm
@@ -66,6 +68,8 @@ struct tagOEMCFG {
 #pragma pack(pop)
 
 static_assert(offsetof(tagOEMCFG, sMirror) == 58, "sMirror follows 7 wide members and 2 spare bytes");
+static_assert(offsetof(tagOEMCFG, dwPrintedLabels) == 118, "printed-label counter opens the 130-byte region");
+static_assert(offsetof(tagOEMCFG, bCornerDot) == 122, "corner-dot flag follows the printed-label counter");
 static_assert(offsetof(tagOEMCFG, nLevelsAdj) == 248, "nLevelsAdj follows the 130 spare bytes");
 static_assert(offsetof(tagOEMCFG, sMaxOutputWidth) == 261, "sMaxOutputWidth follows 9 spare bytes");
 static_assert(offsetof(tagOEMCFG, dwLabelWidth) == 273, "label width follows both page numbers");

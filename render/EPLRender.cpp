@@ -1,7 +1,64 @@
 // The renderer's connection to the job loop and to standard output.
 #include "EPLRender.h"
 
+#include <climits>
+#include <cstdint>
 #include <cstdio>
+#include <cstdlib>
+#include <memory>
+
+#include "LBPTREmulation.h"
+
+namespace {
+
+// Tenths of a millimetre per inch, and millimetres per inch in thousandths:
+// the unit conversions of the label size.
+constexpr double kTenthsPerInch = 254.0;
+constexpr double kThousandthsMmPerInch = 25400.0;
+constexpr int64_t kMmToThousandths = 1000;
+// Label widths go to the printer in whole bytes of eight dots.
+constexpr int32_t kDotsPerByte = 8;
+// The label length written back holds one dot more than the page.
+constexpr int32_t kExtraLengthDot = 1;
+constexpr int16_t kPortrait = 1;
+constexpr int16_t kLandscape = 2;
+
+// Rounds `dots` up to a whole number of bytes of eight dots.
+int32_t RoundUpToByte(int32_t dots)
+{
+    return static_cast<int32_t>((int64_t(dots) + kDotsPerByte - 1) / kDotsPerByte * kDotsPerByte);
+}
+
+// True when the page is taken as turned by a quarter turn: portrait with
+// the rotate flag set, landscape without it set to 1, and any orientation
+// other than those two.
+bool IsPageTurned(int16_t orientation, int16_t rotate90)
+{
+    if (orientation == kPortrait)
+        return rotate90 != 0;
+    if (orientation == kLandscape)
+        return rotate90 != 1;
+    return true;
+}
+
+// a x b / c in 32-bit integers, the product wrapping as a 32-bit register
+// does. A zero divisor, which only an absurd raster header (resolution 0)
+// can bring, gives 0; so does the one quotient that does not fit.
+int32_t MulDiv(int32_t a, int32_t b, int32_t c)
+{
+    int32_t product = static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+    if (c == 0 || (c == -1 && product == INT32_MIN))
+        return 0;
+    return product / c;
+}
+
+// Dots at `dpi` to tenths of a millimetre, rounded; 0 when `dpi` is 0.
+int64_t DotsToTenths(int32_t dots, int32_t dpi)
+{
+    return dpi == 0 ? 0 : static_cast<int64_t>(static_cast<double>(dots) / dpi * kTenthsPerInch + 0.5);
+}
+
+}  // namespace
 
 // Only the configuration pointer marks a job as set up; the other two are
 // cleared as well so that a renderer used before set-up never follows a
@@ -32,13 +89,56 @@ int32_t CEPLRender::SendCommand(unsigned char* data, unsigned int size, unsigned
     return fwrite(data, 1, size, stdout) > 0 ? 1 : 0;
 }
 
-// The printer set-up block is built by the command emulation, which is not
-// part of this renderer yet: nothing is written.
+// Derives the label size from the first page and sends the printer set-up
+// block. All size arithmetic is 32-bit signed with truncating division, as
+// the printer's label size has always been computed.
 int32_t CEPLRender::StartDocCMD()
 {
     if (!m_pOemCfg)
         return 0;
+    StoreLabelSize();
+    SendStartDocBlock();
     return 1;
+}
+
+void CEPLRender::StoreLabelSize()
+{
+    tagOEMCFG& cfg = *m_pOemCfg;
+    const int32_t pixelWidth = m_pOemPdev->srcGdiInfo.szlPhysSize.cx;
+    const int32_t pixelHeight = m_pOemPdev->srcGdiInfo.szlPhysSize.cy;
+    const int32_t xdpi = cfg.sOutputXDPI;
+    const int32_t ydpi = cfg.sOutputYDPI;
+    int32_t width;
+    int32_t length;
+    if (IsPageTurned(m_pDevMode->dmOrientation, cfg.sRotate90)) {
+        width = MulDiv(xdpi, pixelHeight, m_pDevMode->dmYResolution);
+        length = MulDiv(ydpi, pixelWidth, m_pDevMode->dmPrintQuality);
+    } else {
+        width = MulDiv(xdpi, pixelWidth, m_pDevMode->dmPrintQuality);
+        length = MulDiv(ydpi, pixelHeight, m_pDevMode->dmYResolution);
+    }
+    width = RoundUpToByte(width);
+    const int32_t maxWidth =
+        static_cast<int32_t>(cfg.sMaxOutputWidth * kMmToThousandths * xdpi / kThousandthsMmPerInch + 0.5);
+    if (static_cast<uint32_t>(width) > static_cast<uint32_t>(maxWidth))
+        width = RoundUpToByte(maxWidth);
+    cfg.dwLabelWidth = DotsToTenths(width, xdpi);
+    cfg.dwLabelLength = DotsToTenths(length + kExtraLengthDot, ydpi);
+    cfg.sOrientation = m_pDevMode->dmOrientation;
+    cfg.sBackFeedDistance = 0;
+}
+
+void CEPLRender::SendStartDocBlock()
+{
+    CLBPTREmulation emulation;
+    long length = 0;
+    if (emulation.GetStartDocCMD(m_pOemCfg, nullptr, 0, &length) != 0 || length <= 0)
+        return;
+    std::unique_ptr<char, decltype(&free)> block(static_cast<char*>(calloc(static_cast<size_t>(length), 1)), &free);
+    if (!block)
+        return;
+    if (emulation.GetStartDocCMD(m_pOemCfg, block.get(), length, &length) != 0 && m_pOemCfg)
+        fwrite(block.get(), 1, static_cast<size_t>(length), stdout);
 }
 
 // The page pipeline is not part of this renderer yet: the held page is

@@ -32,6 +32,14 @@ public:
     bool TransCommand(bool lastPage, bool logOn);
 
 private:
+    // Computes the label width and length from the first page and writes
+    // them, the orientation copy and a cleared back-feed into the
+    // configuration, where they stay for the whole job.
+    void StoreLabelSize();
+    // Builds the start-of-document block and writes it to standard output
+    // in one buffered write; nothing when the emulation refuses it.
+    void SendStartDocBlock();
+
     tagOEMCFG* m_pOemCfg;   // null: no job set up
     _DEVMODE* m_pDevMode;
     _OEMPDEV* m_pOemPdev;

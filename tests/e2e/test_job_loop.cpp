@@ -199,10 +199,41 @@ TEST_F(JobLoop, TruncatedStreamEndsTheJobCleanly)
     EXPECT_EQ(r.signal, 0);
 }
 
-TEST_F(JobLoop, PagesWithoutPageOutputWriteNothingToStandardOutputYet)
+TEST_F(JobLoop, OutputStartsWithTheStartOfDocumentBlock)
 {
-    FilterResult r = RunFilter(FilterArgs(), Ppd(), RasterBytes({SmallPage(), SmallPage()}));
+    // A 4 x 6 inch page at 203 dpi on 3 mm gapped labels: 812 dots round up
+    // to 816, the length carries one extra dot, the gap is 24 dots.
+    std::string ppd = Ppd(WithCodes({{"MediaType", "1"}, {"GAPHeight", "3"}, {"PrintSpeed", "4"}, {"Density", "10"}}));
+    FilterResult r = RunFilter(FilterArgs(), ppd, RasterBytes({SolidPage(812, 1218, 203, 255, 255, 255)}));
     EXPECT_EQ(r.status, 0);
+    const std::string block = "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq816\r\nQ1219,24\r\n";
+    EXPECT_EQ(r.out.substr(0, block.size()), block);
+}
+
+TEST_F(JobLoop, StartOfDocumentFollowsTheChoiceCodes)
+{
+    std::string ppd = Ppd(WithCodes({{"PrintSpeed", "1000"}, {"Density", "7"}, {"Mode", "2"}, {"PrintMethod", "1"},
+                                     {"OutputDPI", "300"}, {"MaxOutputWidth", "48"}}));
+    FilterResult r = RunFilter(FilterArgs(), ppd, RasterBytes({SolidPage(812, 406, 203, 255, 255, 255)}));
+    EXPECT_EQ(r.status, 0);
+    // 812 dots at 203 dpi are 1200 at 300 dpi, more than 48 mm (567 dots,
+    // rounded up to 568); continuous media has no gap.
+    const std::string block = "N\r\nI8,E\r\nWN\r\nZB\r\nD7\r\nOD,P\r\nJF\r\nq568\r\nQ601,0\r\n";
+    EXPECT_EQ(r.out.substr(0, block.size()), block);
+}
+
+TEST_F(JobLoop, StartOfDocumentIsSentOncePerJob)
+{
+    FilterResult r = RunFilter(FilterArgs(), Ppd(), RasterBytes({SmallPage(), SmallPage(), SmallPage()}));
+    EXPECT_EQ(r.status, 0);
+    size_t first = r.out.find("I8,E\r\n");
+    ASSERT_NE(first, std::string::npos);
+    EXPECT_EQ(r.out.find("I8,E\r\n", first + 1), std::string::npos);
+}
+
+TEST_F(JobLoop, EmptyStreamWritesNoStartOfDocument)
+{
+    FilterResult r = RunFilter(FilterArgs(), Ppd(), RasterBytes({}));
     EXPECT_EQ(r.out, "");
 }
 

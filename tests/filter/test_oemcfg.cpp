@@ -395,6 +395,8 @@ TEST_F(OemCfgTest, UnnamedRegionsAndRendererMembersStartZero)
     EXPECT_EQ(cfg.dwLabelLength, 0);
     EXPECT_EQ(cfg.nPageNum, 0);
     EXPECT_EQ(cfg.sCopies, 0);
+    EXPECT_EQ(cfg.dwPrintedLabels, 0u);
+    EXPECT_EQ(cfg.bCornerDot, 0);
 }
 
 TEST(OemCfgLayout, MembersLieAtTheirPackedOffsets)

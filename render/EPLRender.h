@@ -31,6 +31,12 @@ public:
     // Renders the held page. Returns false only when there is no held page.
     bool TransCommand(bool lastPage, bool logOn);
 
+    // Writes `height` rows of `data` (`size` bytes in all) at `bitsPerPixel`
+    // to a BMP file at `path`, replacing any file there. An unopenable file
+    // is skipped silently; an allocation failure throws.
+    void LogData2BmpFile(const char* path, unsigned char* data, unsigned int size, int width, int height,
+                         int bitsPerPixel);
+
 private:
     // Computes the label width and length from the first page and writes
     // them, the orientation copy and a cleared back-feed into the

@@ -1,0 +1,131 @@
+// Debug dumps of a page buffer as a Windows BMP file, so a developer can
+// look at what the page pipeline received and what it produced.
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+#include "EPLRender.h"
+
+namespace {
+
+constexpr uint16_t kBmpSignature = 0x4D42;  // "BM"
+constexpr uint32_t kFileHeaderSize = 14;
+constexpr uint32_t kInfoHeaderSize = 40;
+constexpr uint32_t kColourEntrySize = 4;
+// 96 dots per inch, as pixels per metre.
+constexpr int32_t kPixelsPerMetre = 3780;
+constexpr mode_t kDumpUmask = 022;
+constexpr int kGreyLevels = 256;
+
+struct FileCloser {
+    void operator()(FILE* file) const { fclose(file); }
+};
+using FileHandle = std::unique_ptr<FILE, FileCloser>;
+
+// Sets the file-creation mask for the lifetime of the object.
+class UmaskScope {
+public:
+    explicit UmaskScope(mode_t mask) : m_old(umask(mask)) {}
+    ~UmaskScope() { umask(m_old); }
+
+private:
+    mode_t m_old;
+};
+
+void PutU16(std::vector<unsigned char>& out, uint16_t v)
+{
+    out.push_back(static_cast<unsigned char>(v));
+    out.push_back(static_cast<unsigned char>(v >> 8));
+}
+
+void PutU32(std::vector<unsigned char>& out, uint32_t v)
+{
+    for (int shift = 0; shift < 32; shift += 8)
+        out.push_back(static_cast<unsigned char>(v >> shift));
+}
+
+// The colour table for a depth: black and white for 1 bit, 256 greys (with
+// 255 in the reserved byte) for 8 bits, none otherwise.
+std::vector<unsigned char> ColourTable(int bitsPerPixel)
+{
+    std::vector<unsigned char> table;
+    if (bitsPerPixel == 1) {
+        table = {0, 0, 0, 0, 255, 255, 255, 0};
+    } else if (bitsPerPixel == 8) {
+        for (int i = 0; i < kGreyLevels; ++i)
+            table.insert(table.end(), {static_cast<unsigned char>(i), static_cast<unsigned char>(i),
+                                       static_cast<unsigned char>(i), 255});
+    }
+    return table;
+}
+
+// The 40-byte information header: the held page's header with the dump's
+// size, depth and resolution written over it.
+std::vector<unsigned char> InfoHeader(tagBITMAPINFOHEADER base, int width, int height, int bitsPerPixel,
+                                      uint32_t imageSize)
+{
+    base.biSize = kInfoHeaderSize;
+    base.biWidth = width;
+    base.biHeight = height;
+    base.biBitCount = static_cast<uint16_t>(bitsPerPixel);
+    base.biSizeImage = imageSize;
+    base.biXPelsPerMeter = kPixelsPerMetre;
+    base.biYPelsPerMeter = kPixelsPerMetre;
+    std::vector<unsigned char> out;
+    PutU32(out, base.biSize);
+    PutU32(out, static_cast<uint32_t>(base.biWidth));
+    PutU32(out, static_cast<uint32_t>(base.biHeight));
+    PutU16(out, base.biPlanes);
+    PutU16(out, base.biBitCount);
+    PutU32(out, base.biCompression);
+    PutU32(out, base.biSizeImage);
+    PutU32(out, static_cast<uint32_t>(base.biXPelsPerMeter));
+    PutU32(out, static_cast<uint32_t>(base.biYPelsPerMeter));
+    PutU32(out, base.biClrUsed);
+    PutU32(out, base.biClrImportant);
+    return out;
+}
+
+}  // namespace
+
+void CEPLRender::LogData2BmpFile(const char* path, unsigned char* data, unsigned int size, int width, int height,
+                                 int bitsPerPixel)
+{
+    UmaskScope mask(kDumpUmask);
+    remove(path);
+    FileHandle file(fopen(path, "wb"));
+    if (!file)
+        return;
+    const uint64_t stride = static_cast<uint64_t>(std::max<int64_t>(BmpRowStride(bitsPerPixel, width), 0));
+    const uint64_t rows = static_cast<uint64_t>(std::max(height, 0));
+    const uint32_t imageSize = static_cast<uint32_t>(stride * rows);
+    std::vector<unsigned char> colours = ColourTable(bitsPerPixel);
+    const uint32_t offset = kFileHeaderSize + kInfoHeaderSize + static_cast<uint32_t>(colours.size());
+
+    std::vector<unsigned char> head;
+    PutU16(head, kBmpSignature);
+    PutU32(head, imageSize + offset);
+    PutU16(head, 0);
+    PutU16(head, 0);
+    PutU32(head, offset);
+    tagBITMAPINFOHEADER base{};
+    if (m_pOemPdev)
+        base = m_pOemPdev->bmInfoHeader;
+    std::vector<unsigned char> info = InfoHeader(base, width, height, bitsPerPixel, imageSize);
+    head.insert(head.end(), info.begin(), info.end());
+    head.insert(head.end(), colours.begin(), colours.end());
+    fwrite(head.data(), 1, head.size(), file.get());
+
+    // Row r of the file takes the first size / height bytes of source row r,
+    // in the order given: no flipping, padding left zero.
+    std::vector<unsigned char> pixels(static_cast<size_t>(stride * rows), 0);
+    const uint64_t sourceRow = rows ? size / rows : 0;
+    const uint64_t copy = std::min(sourceRow, stride);
+    for (uint64_t r = 0; data && r < rows; ++r)
+        memcpy(pixels.data() + r * stride, data + r * sourceRow, copy);
+    fwrite(pixels.data(), 1, pixels.size(), file.get());
+}

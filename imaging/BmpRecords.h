@@ -48,8 +48,28 @@ struct tagRECT {
     int32_t bottom;
 };
 
+// One channel's levels setting: input black and white points, the gamma
+// exponent applied to the normalised value, output black and white points.
+struct COLORLEVELSITEM {
+    float fGamma;
+    uint8_t byInLow;
+    uint8_t byInHigh;
+    uint8_t byOutLow;
+    uint8_t byOutHigh;
+};
+
+// The tone setting handed to the scaling operations. A `levels` of 0 or 300
+// means "no levels table"; any other value applies the channel-0 table.
+struct tagColorCFG {
+    int16_t brightness;
+    int16_t contrast;
+    int16_t levels;
+};
+
 #pragma pack(pop)
 
+static_assert(sizeof(COLORLEVELSITEM) == 8, "levels item is a float and four bytes");
+static_assert(sizeof(tagColorCFG) == 6, "colour setting is three 16-bit values");
 static_assert(sizeof(tagRGBQUAD) == 4, "RGBQUAD is one 32-bit pixel");
 static_assert(sizeof(YCbCrQUAD) == 6, "YCbCr pixels advance by three 16-bit values");
 static_assert(sizeof(tagBITMAPINFOHEADER) == 40, "BMP information header is 40 bytes");

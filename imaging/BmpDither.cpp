@@ -1,0 +1,400 @@
+// Dithering of an 8-bit grey page to black and white bytes by one of ten
+// methods: fixed threshold, two error diffusions, ordered screens (constant
+// and computed) and local adaptive thresholding.
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <memory>
+#include <new>
+
+#include "BmpProcessing.h"
+#include "DitherScreens.h"
+
+namespace {
+
+using namespace kvimg;
+
+// Method numbers as the page renderer passes them.
+enum DitherMethod {
+    kFixedThreshold = 1,
+    kDiffuseFour = 2,
+    kScreen16 = 3,
+    kLocalAdaptive = 4,
+    kScreen40 = 5,
+    kDiffuseTwelve = 6,
+    kScreen15 = 7,
+    kMatrix4 = 8,
+    kScreen8 = 9,
+    kInterleaved = 10
+};
+
+constexpr int kMaxGrey = 255;
+constexpr int kFixedCut = 129;          // methods 1 and 2: values from here up are white
+constexpr int kScreenWhiteFrom = 250;   // methods 3 and 5: values from here up are always white
+constexpr int kMatrixLevels = 16;       // method 8 quantises to 0..16
+constexpr double kLevels15 = 15.0;      // method 7 levels 0..15
+constexpr double kLevels128 = 128.0;    // method 9 levels 0..128
+constexpr int kScreen8BandRows = 8;     // method 9 shifts every second band of 8 rows ...
+constexpr int kScreen8Shift = 8;        // ... by 8 columns
+constexpr double kRounding = 0.5;
+
+// Method 2: shares of the error in sixteenths.
+constexpr int kFsDivisor = 16;
+constexpr int kFsRight = 7;
+constexpr int kFsBelowLeft = 3;
+constexpr int kFsBelow = 5;
+constexpr int kFsBelowRight = 1;
+
+// Method 6: the working range 0..144 with its midpoint, the divisor 42 and
+// the twelve neighbours (their weights add up to 48, not 42, as they always
+// have; the 8 at (+2, +1) is meant).
+constexpr int kWorkRange = 144;
+constexpr int kWorkMid = 72;
+constexpr double kTwelveDivisor = 42.0;
+constexpr int kTwelveMargin = 2;        // rows and columns left at the far edges
+struct Neighbour {
+    int dx;
+    int dy;
+    int weight;
+};
+constexpr Neighbour kTwelve[] = {
+    {1, 0, 8},  {2, 0, 4},
+    {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 8},
+    {-2, 2, 1}, {-1, 2, 2}, {0, 2, 4}, {1, 2, 2}, {2, 2, 1},
+};
+
+// The buffers and sizes of one call, widened to signed 64 bits so every
+// size comparison is signed and no product wraps.
+struct DitherFrame {
+    unsigned char* src;
+    unsigned char* dst;
+    int64_t height;
+    int64_t width;
+    int64_t stride;
+    unsigned char black;
+    unsigned char white;
+};
+
+// Columns processed by the methods that stop at the shorter of width and
+// stride.
+int64_t ClippedColumns(const DitherFrame& f)
+{
+    return std::min(f.width, f.stride);
+}
+
+// Bytes of the source a method reads (index of its last byte plus one).
+int64_t SourceFootprint(int method, const DitherFrame& f)
+{
+    switch (method) {
+    case kScreen16:
+    case kLocalAdaptive:
+    case kScreen40:
+    case kInterleaved:
+        return (f.height - 1) * f.stride + f.width;
+    default:
+        return (f.height - 1) * f.stride + ClippedColumns(f);
+    }
+}
+
+// Bytes of the destination a method writes (index of its last byte plus
+// one, 0 when it writes nothing).
+int64_t DestinationFootprint(int method, const DitherFrame& f)
+{
+    switch (method) {
+    case kFixedThreshold:
+    case kDiffuseFour:
+        return (f.height - 1) * f.stride + ClippedColumns(f);
+    case kScreen16:
+    case kLocalAdaptive:
+    case kScreen40:
+        return (f.height - 1) * f.stride + f.width;
+    case kDiffuseTwelve:
+        if (f.height - kTwelveMargin < 1 || ClippedColumns(f) - kTwelveMargin < 1) {
+            return 0;
+        }
+        return (f.height - kTwelveMargin - 1) * f.width + ClippedColumns(f) - kTwelveMargin;
+    case kInterleaved:
+        return (f.height - 1) * f.width + f.width;
+    default:
+        return (f.height - 1) * f.width + ClippedColumns(f);
+    }
+}
+
+// Whether a method's reads and writes stay inside height x stride bytes,
+// the size of the source and of the destination, which has its layout.
+bool FitsBuffers(int method, const DitherFrame& f)
+{
+    const int64_t available = f.height * f.stride;
+    return SourceFootprint(method, f) <= available && DestinationFootprint(method, f) <= available;
+}
+
+// Method 1: below 129 black, otherwise white.
+void FixedThreshold(const DitherFrame& f)
+{
+    const int64_t cols = ClippedColumns(f);
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.stride;
+        for (int64_t x = 0; x < cols; ++x) {
+            out[x] = in[x] < kFixedCut ? f.black : f.white;
+        }
+    }
+}
+
+// Adds `delta` to a source byte, clamped to 0..255.
+void AddClamped(unsigned char& value, int delta)
+{
+    value = static_cast<unsigned char>(std::clamp(value + delta, 0, kMaxGrey));
+}
+
+// Method 2: error diffusion to four neighbours, in place on the caller's
+// source; the shares are truncated toward zero.
+void DiffuseFour(const DitherFrame& f)
+{
+    const int64_t cols = ClippedColumns(f);
+    for (int64_t y = 0; y < f.height; ++y) {
+        unsigned char* row = f.src + y * f.stride;
+        unsigned char* next = y + 1 < f.height ? row + f.stride : nullptr;
+        unsigned char* out = f.dst + y * f.stride;
+        for (int64_t x = 0; x < cols; ++x) {
+            const int v = row[x];
+            const bool white = v >= kFixedCut;
+            const int e = white ? v - kMaxGrey : v;
+            out[x] = white ? f.white : f.black;
+            if (x + 1 < cols) {
+                AddClamped(row[x + 1], e * kFsRight / kFsDivisor);
+            }
+            if (next != nullptr) {
+                if (x >= 1) {
+                    AddClamped(next[x - 1], e * kFsBelowLeft / kFsDivisor);
+                }
+                AddClamped(next[x], e * kFsBelow / kFsDivisor);
+                if (x + 1 < cols) {
+                    AddClamped(next[x + 1], e * kFsBelowRight / kFsDivisor);
+                }
+            }
+        }
+    }
+}
+
+// Method 3: white from 250 up, or when non-zero and the 16 x 16 entry is
+// not above the source.
+void Screen16(const DitherFrame& f)
+{
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.stride;
+        const uint8_t* screen = kScreen16x16[y % kScreen16Size];
+        for (int64_t x = 0; x < f.width; ++x) {
+            const int v = in[x];
+            const bool white = v >= kScreenWhiteFrom || (v != 0 && screen[x % kScreen16Size] <= v);
+            out[x] = white ? f.white : f.black;
+        }
+    }
+}
+
+// Method 5: white from 250 up, black at 0, otherwise black only where the
+// 40 x 40 entry is above the source.
+void Screen40(const DitherFrame& f)
+{
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.stride;
+        const uint8_t* screen = kScreen40x40[y % kScreen40Size];
+        for (int64_t x = 0; x < f.width; ++x) {
+            const int v = in[x];
+            const bool white = v >= kScreenWhiteFrom || (v != 0 && screen[x % kScreen40Size] <= v);
+            out[x] = white ? f.white : f.black;
+        }
+    }
+}
+
+// Method 6: error diffusion over twelve neighbours of a 0..144 work copy.
+// Reversed polarity (light becomes black), only non-negative errors are
+// spread, shares wrap modulo 256, and the last two rows and columns are
+// left unwritten. Returns false when the work buffer cannot be had.
+bool DiffuseTwelve(const DitherFrame& f)
+{
+    const int64_t cols = ClippedColumns(f);
+    std::unique_ptr<uint8_t[]> work(new (std::nothrow) uint8_t[static_cast<size_t>(f.height * f.width)]());
+    if (!work) {
+        return false;
+    }
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        for (int64_t x = 0; x < cols; ++x) {
+            work[y * f.width + x] =
+                static_cast<uint8_t>(in[x] * kWorkRange / static_cast<double>(kMaxGrey) + kRounding);
+        }
+    }
+    if (f.height - kTwelveMargin < 1) {
+        return true;
+    }
+    for (int64_t y = 0; y < f.height - kTwelveMargin; ++y) {
+        for (int64_t x = 0; x < cols - kTwelveMargin; ++x) {
+            // Flat addressing: the left neighbours of columns 0 and 1 are
+            // the last bytes of the row above them.
+            const int64_t at = y * f.width + x;
+            const int v = work[at];
+            const bool black = v > kWorkMid;
+            const int e = black ? v - kWorkRange : v;
+            f.dst[at] = black ? f.black : f.white;
+            if (e <= 0) {
+                continue;   // a negative share converts to 0: nothing to spread
+            }
+            for (const Neighbour& n : kTwelve) {
+                const unsigned share = static_cast<unsigned>(e * n.weight / kTwelveDivisor);
+                uint8_t& target = work[at + n.dy * f.width + n.dx];
+                target = static_cast<uint8_t>(target + share);
+            }
+        }
+    }
+    return true;
+}
+
+// Method 7: levels 0..15 against the 15-column screen; 255 is white. Row
+// y mod 15 = 14 has no table row and uses row 0.
+void Screen15(const DitherFrame& f)
+{
+    const int64_t cols = ClippedColumns(f);
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.width;
+        const int64_t r = y % kScreen15Period;
+        const uint8_t* screen = kScreen14x15[r < kScreen15Rows ? r : kScreen15MissingRowStandIn];
+        for (int64_t x = 0; x < cols; ++x) {
+            const int v = in[x];
+            bool white = v == kMaxGrey;
+            if (!white) {
+                const int level = static_cast<int>(v / static_cast<double>(kMaxGrey) * kLevels15 + kRounding);
+                white = level > screen[x % kScreen15Cols];
+            }
+            out[x] = white ? f.white : f.black;
+        }
+    }
+}
+
+// Method 8: q = 16 v / 255 against the 4 x 4 matrix; q = 16 is white.
+void Matrix4(const DitherFrame& f)
+{
+    const int64_t cols = ClippedColumns(f);
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.width;
+        const uint8_t* matrix = kScreen4x4[y % kScreen4Size];
+        for (int64_t x = 0; x < cols; ++x) {
+            const int q = kMatrixLevels * in[x] / kMaxGrey;
+            const bool white = q == kMatrixLevels || q > matrix[x % kScreen4Size];
+            out[x] = white ? f.white : f.black;
+        }
+    }
+}
+
+// Method 9: levels 0..128 against the 8 x 16 screen, shifted by 8 columns
+// on the second band of every 16 rows.
+void Screen8(const DitherFrame& f)
+{
+    const int64_t cols = ClippedColumns(f);
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.width;
+        const uint8_t* screen = kScreen8x16[y % kScreen8Rows];
+        const int64_t shift = (y % (2 * kScreen8BandRows)) >= kScreen8BandRows ? kScreen8Shift : 0;
+        for (int64_t x = 0; x < cols; ++x) {
+            const int level =
+                static_cast<int>(in[x] / static_cast<double>(kMaxGrey) * kLevels128 + kRounding);
+            const bool white = level > screen[(x + shift) % kScreen8Cols];
+            out[x] = white ? f.white : f.black;
+        }
+    }
+}
+
+// Releases a buffer that came from malloc.
+struct FreeDeleter {
+    void operator()(uint8_t* p) const { std::free(p); }
+};
+
+// Method 10: the computed 4 x 4 screen; white when the source is above the
+// entry. Returns false when the table cannot be had.
+bool Interleaved(const DitherFrame& f)
+{
+    std::unique_ptr<uint8_t, FreeDeleter> table(
+        static_cast<uint8_t*>(std::malloc(kInterleavedEntries)));
+    if (!table) {
+        return false;
+    }
+    for (int k = 0; k < kInterleavedEntries; ++k) {
+        table.get()[k] = InterleavedScreenEntry(static_cast<unsigned>(k));
+    }
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * f.width;
+        const int64_t rowBase = kInterleavedSize * (y % kInterleavedSize);
+        for (int64_t x = 0; x < f.width; ++x) {
+            const bool white = in[x] > table.get()[x % kInterleavedSize + rowBase];
+            out[x] = white ? f.white : f.black;
+        }
+    }
+    return true;
+}
+
+} // namespace
+
+int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height,
+                           unsigned int width, unsigned int stride, unsigned int, bool invert)
+{
+    if (method < kFixedThreshold || method > kInterleaved) {
+        return 1;
+    }
+    if (src == nullptr || dst == nullptr || height == 0 || width == 0 || stride == 0) {
+        return 1;
+    }
+    constexpr unsigned char kBlackByte = 0;
+    constexpr unsigned char kWhiteByte = 255;
+    const DitherFrame f{src, dst, height, width, stride, invert ? kWhiteByte : kBlackByte,
+                        invert ? kBlackByte : kWhiteByte};
+    if (!FitsBuffers(method, f)) {
+        return 1;
+    }
+    switch (method) {
+    case kFixedThreshold:
+        FixedThreshold(f);
+        break;
+    case kDiffuseFour:
+        DiffuseFour(f);
+        break;
+    case kScreen16:
+        Screen16(f);
+        break;
+    case kLocalAdaptive: {
+        const uint64_t size = static_cast<uint64_t>(height) * stride;
+        if (size <= std::numeric_limits<unsigned int>::max()) {
+            unsigned char* out = dst;
+            AdThresholdImgLocal(width, height, 0, stride, src, static_cast<unsigned int>(size), &out,
+                                nullptr, invert, false);
+        }
+        break;
+    }
+    case kScreen40:
+        Screen40(f);
+        break;
+    case kDiffuseTwelve:
+        DiffuseTwelve(f);
+        break;
+    case kScreen15:
+        Screen15(f);
+        break;
+    case kMatrix4:
+        Matrix4(f);
+        break;
+    case kScreen8:
+        Screen8(f);
+        break;
+    case kInterleaved:
+        Interleaved(f);
+        break;
+    default:
+        break;
+    }
+    return 1;
+}

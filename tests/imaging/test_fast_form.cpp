@@ -1,0 +1,187 @@
+// The fast forms of the per-page operations against their straightforward,
+// pixel-by-pixel forms on random images of several sizes: results must be
+// identical bit for bit.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "BmpProcessing.h"
+#include "ImageTestSupport.h"
+#include "ReferenceImaging.h"
+
+using kvtest::Header;
+using kvtest::Owned;
+using kvtest::Stride;
+
+namespace {
+
+// The tone settings each comparison runs with: none, light only, levels
+// only, and both.
+const tagColorCFG kTones[] = {{0, 0, 0}, {15, -20, 0}, {0, 0, 170}, {-10, 30, 1}};
+
+// Prepares a processor's light table and channel-0 levels table.
+void PrepareTones(CBmpProcessing& p)
+{
+    const COLORLEVELSITEM levels{1.7f, 10, 240, 5, 250};
+    p.SetColorLevelsData(&levels, 0);
+    p.SetLightTable(15, -20);
+}
+
+// A white image with a few random ink pixels (ink at the given depth).
+std::vector<uint8_t> SparseInk(kvtest::RandomImages& rnd, int32_t w, int32_t h, int bits)
+{
+    const uint32_t stride = Stride(bits, w);
+    std::vector<uint8_t> img(stride * h, 255);
+    for (int n = rnd.Int(0, 5); n > 0; --n) {
+        const int32_t x = rnd.Int(0, w - 1), y = rnd.Int(0, h - 1);
+        if (bits == 1) {
+            img[y * stride + x / 8] &= static_cast<uint8_t>(~(0x80 >> (x % 8)));
+        } else {
+            for (int i = 0; i < bits / 8; ++i) {
+                img[y * stride + x * (bits / 8) + i] = rnd.Byte(0, 250);
+            }
+        }
+    }
+    return img;
+}
+
+} // namespace
+
+TEST(FastForm, ResampleMatchesTheStraightforwardFormBitForBit)
+{
+    kvtest::RandomImages rnd(101);
+    const uint32_t cases[][4] = {{37, 23, 17, 11}, {51, 40, 34, 27}, {20, 20, 45, 31},
+                                 {30, 10, 15, 25}, {10, 30, 25, 15}, {13, 17, 13, 17},
+                                 {61, 7, 40, 5},   {5, 5, 1, 1},     {3, 3, 2, 2},
+                                 {122, 183, 81, 122}};
+    for (uint32_t bits : {8u, 24u}) {
+        for (const auto& c : cases) {
+            const std::vector<uint8_t> src = rnd.Image(c[0], c[1], bits);
+            const uint32_t size = Stride(bits, c[2]) * c[3];
+            for (const tagColorCFG& tone : kTones) {
+                CBmpProcessing fast, plain;
+                PrepareTones(fast);
+                PrepareTones(plain);
+                std::vector<uint8_t> got(size, 7), want(size, 7);
+                unsigned char* out = got.data();
+                fast.InvoicResampleImg2(c[0], c[1], bits, Stride(bits, c[0]), src.data(), c[2], c[3], 0,
+                                        &out, size, tone, 0, tagRECT{});
+                kvref::Resample(plain, c[0], c[1], bits, Stride(bits, c[0]), src.data(), c[2], c[3],
+                                want.data(), size, tone);
+                ASSERT_EQ(got, want) << c[0] << "x" << c[1] << " -> " << c[2] << "x" << c[3] << " @"
+                                     << bits << " levels " << tone.levels;
+            }
+        }
+    }
+}
+
+TEST(FastForm, AreaAverageMatchesTheStraightforwardFormEverywhere)
+{
+    kvtest::RandomImages rnd(202);
+    const tagRGBQUAD replacement = kvtest::Rgb(17, 99, 240, 5);
+    for (uint32_t bits : {8u, 24u}) {
+        const std::vector<uint8_t> img = rnd.Image(9, 7, bits);
+        CBmpProcessing p;
+        p.BindImage(img.data(), 9, 7, static_cast<uint16_t>(bits), Stride(bits, 9));
+        for (int round = 0; round < 3000; ++round) {
+            const float x = rnd.Float(-4.0f, 13.0f), y = rnd.Float(-4.0f, 11.0f);
+            const bool both = round % 3 != 0;
+            const float xs = rnd.Float(1.01f, 4.0f);
+            const float ys = both ? rnd.Float(1.01f, 4.0f) : rnd.Float(0.2f, 1.0f);
+            const auto mode = static_cast<OverflowMethod>(rnd.Int(1, 6));
+            const auto method = static_cast<InterpolationMethod>(rnd.Int(1, 2));
+            const tagRGBQUAD* rep = round % 2 ? &replacement : nullptr;
+            const tagRGBQUAD got = p.GetAreaColorInterpolated(x, y, xs, ys, method, mode, rep);
+            const tagRGBQUAD want = kvref::AreaColor(p, x, y, xs, ys, method, mode, rep);
+            ASSERT_EQ(std::memcmp(&got, &want, sizeof got), 0)
+                << "at " << x << "," << y << " scales " << xs << "," << ys << " mode " << mode;
+        }
+    }
+}
+
+TEST(FastForm, ShrinkMatchesTheStraightforwardFormBitForBit)
+{
+    kvtest::RandomImages rnd(303);
+    for (int round = 0; round < 300; ++round) {
+        const uint32_t sw = rnd.Int(1, 60), sh = rnd.Int(1, 40);
+        const uint32_t dw = rnd.Int(1, sw + 4), dh = rnd.Int(1, sh + 4);
+        const uint32_t sbits = rnd.Int(0, 1) ? 24 : 8, dbits = rnd.Int(0, 1) ? 24 : 8;
+        const tagColorCFG tone = kTones[rnd.Int(0, 3)];
+        tagRECT whiten{0, 0, 0, 0};
+        if (round % 3 == 1) {
+            whiten = tagRECT{rnd.Int(-3, 30), rnd.Int(-3, 20), rnd.Int(-3, 70), rnd.Int(-3, 50)};
+        } else if (round % 3 == 2) {
+            whiten = tagRECT{5, 5, 4, 4};
+        }
+        const std::vector<uint8_t> src = rnd.Image(sw, sh, sbits);
+        const uint32_t size = Stride(dbits, dw) * dh;
+        CBmpProcessing fast, plain;
+        PrepareTones(fast);
+        PrepareTones(plain);
+        std::vector<uint8_t> got(size, 7), want(size, 7);
+        unsigned char* out = got.data();
+        ASSERT_EQ(fast.InvoicQIShrinkImg2(sw, sh, sbits, Stride(sbits, sw), src.data(), nullptr, dw, dh,
+                                          dbits, &out, nullptr, size, tone, 0, tone, 0, whiten),
+                  1);
+        kvref::Shrink(plain, sw, sh, sbits, Stride(sbits, sw), src.data(), dw, dh, dbits, want.data(),
+                      size, tone, whiten);
+        ASSERT_EQ(got, want) << sw << "x" << sh << "@" << sbits << " -> " << dw << "x" << dh << "@" << dbits;
+    }
+}
+
+TEST(FastForm, OutputFormatConversionMatchesTheStraightforwardFormBitForBit)
+{
+    kvtest::RandomImages rnd(404);
+    for (int round = 0; round < 400; ++round) {
+        const int32_t w = rnd.Int(1, 45), h = rnd.Int(1, 30);
+        const uint16_t bits = round % 5 == 0 ? 32 : (rnd.Int(0, 1) ? 24 : 8);
+        const int orientation = rnd.Int(0, 4);
+        const int maxWidth = rnd.Int(1, 50);
+        const short crop = static_cast<short>(rnd.Int(0, 1));
+        const bool tone = rnd.Int(0, 1) != 0;
+        const std::vector<uint8_t> src = round % 2 ? rnd.Image(w, h, bits) : SparseInk(rnd, w, h, bits);
+        CBmpProcessing fast, plain;
+        PrepareTones(fast);
+        PrepareTones(plain);
+        tagBITMAPINFOHEADER header = Header(w, h, bits);
+        const tagBITMAPINFOHEADER before = header;
+        tagRECT rect{};
+        unsigned char* out = nullptr;
+        unsigned int cap = 0;
+        const int status = fast.CoverBMP2OutputFormat(
+            src.data(), static_cast<unsigned int>(src.size()), &out, &cap, &header, &rect, orientation,
+            0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, tone ? 15 : 0, tone ? -20 : 0,
+            maxWidth, crop);
+        Owned owned(out);
+        const kvref::CoverResult want = kvref::CoverBMP2OutputFormat(
+            plain, src.data(), before, orientation, tone ? 15 : 0, tone ? -20 : 0, maxWidth, crop);
+        const std::vector<uint8_t> got = out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>();
+        ASSERT_EQ(status, want.status);
+        ASSERT_EQ(std::memcmp(&header, &want.header, sizeof header), 0) << "round " << round;
+        ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0) << "round " << round;
+        ASSERT_EQ(got, want.pixels) << "round " << round << " " << w << "x" << h << "@" << bits
+                                    << " o" << orientation << " cap " << maxWidth;
+    }
+}
+
+TEST(FastForm, BlankEdgeSearchMatchesTheFourSeparateScans)
+{
+    kvtest::RandomImages rnd(505);
+    for (int round = 0; round < 300; ++round) {
+        const int32_t w = rnd.Int(1, 40), h = rnd.Int(1, 30);
+        const int bits = round % 3 == 0 ? 1 : round % 3 == 1 ? 8 : 24;
+        const std::vector<uint8_t> img =
+            round % 4 == 0 ? rnd.Image(w, h, bits) : SparseInk(rnd, w, h, bits);
+        const tagBITMAPINFOHEADER header = Header(w, h, static_cast<uint16_t>(bits));
+        unsigned char* out = nullptr;
+        unsigned int cap = 0;
+        tagRECT got{};
+        ASSERT_EQ(CBmpProcessing().RemoveBlankEdge(img.data(), static_cast<unsigned int>(img.size()),
+                                                   &header, &out, &cap, &got),
+                  1);
+        Owned owned(out);
+        const tagRECT want = kvref::BlankEdgeScans(img.data(), w, h, bits);
+        ASSERT_EQ(std::memcmp(&got, &want, sizeof got), 0) << "round " << round;
+    }
+}

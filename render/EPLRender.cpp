@@ -1,13 +1,23 @@
 // The renderer's connection to the job loop and to standard output.
 #include "EPLRender.h"
 
+#include <algorithm>
 #include <climits>
+#include <cmath>
+#include <cstring>
+#include <exception>
+#include <optional>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
 
+#include "AdThreshold.h"
 #include "LBPTREmulation.h"
+#include "log4z.h"
+#include "PagePipeline.h"
+
+using kvrender::MulDiv;
 
 namespace {
 
@@ -39,17 +49,6 @@ bool IsPageTurned(int16_t orientation, int16_t rotate90)
     if (orientation == kLandscape)
         return rotate90 != 1;
     return true;
-}
-
-// a x b / c in 32-bit integers, the product wrapping as a 32-bit register
-// does. A zero divisor, which only an absurd raster header (resolution 0)
-// can bring, gives 0; so does the one quotient that does not fit.
-int32_t MulDiv(int32_t a, int32_t b, int32_t c)
-{
-    int32_t product = static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
-    if (c == 0 || (c == -1 && product == INT32_MIN))
-        return 0;
-    return product / c;
 }
 
 // Dots at `dpi` to tenths of a millimetre, rounded; 0 when `dpi` is 0.
@@ -141,11 +140,323 @@ void CEPLRender::SendStartDocBlock()
         fwrite(block.get(), 1, static_cast<size_t>(length), stdout);
 }
 
-// The page pipeline is not part of this renderer yet: the held page is
-// accepted and nothing is written.
-bool CEPLRender::TransCommand(bool /*lastPage*/, bool /*logOn*/)
+namespace {
+
+using kvrender::MallocBuffer;
+using kvrender::WorkImage;
+
+constexpr const char* kBeginDump = "/tmp/EplBegin.bmp";
+constexpr const char* kOutputDump = "/tmp/EplOutput.bmp";
+// Widest page the grey conversion keeps: 300 mm.
+constexpr double kConversionMaxWidthMm = 300.0;
+constexpr int16_t kAdaptiveHalftone = 4;
+constexpr int kAdaptiveMethod = 0;
+constexpr int kAdaptiveBlock = 64;
+constexpr int kAdaptiveBias = 0;
+constexpr float kAdaptiveWeight = 0.5f;
+constexpr int kGreyBits = 8;
+constexpr unsigned char kWhite = 255;
+
+// Pointers are logged as 32-bit hexadecimal values, their low half.
+unsigned Low32(const void* p)
 {
-    if (!m_pOemPdev || !m_pOemPdev->pBufStart)
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
+}
+
+// Takes `next` as the working buffer when the operation produced one,
+// logging both addresses when both exist.
+void TakeBuffer(WorkImage& work, unsigned char* next, uint64_t bytes)
+{
+    if (!next)
+        return;
+    if (work.buffer)
+        LOGFMTD("databuf2: 0x%x, databuf3: 0x%x", Low32(work.buffer.get()), Low32(next));
+    work.buffer.reset(next);
+    work.bytes = bytes;
+}
+
+// Shrinks or resamples `w` x `h` pixels into a new `dstW` x `dstH` buffer of
+// `dstBytes` bytes (already filled by the caller's choice of `fill`): the
+// shrink only when `shrink` is set.
+MallocBuffer Rescale(CBmpProcessing& bmp, bool shrink, const unsigned char* src, uint32_t w, uint32_t h,
+                     uint32_t bitCount, uint32_t srcStride, uint32_t dstW, uint32_t dstH, uint64_t dstBytes,
+                     unsigned char fill, tagColorCFG color)
+{
+    MallocBuffer dst = kvrender::FilledBuffer(dstBytes, fill);
+    if (!dst)
+        return dst;
+    unsigned char* out = dst.get();
+    const tagRECT noWhitening{};
+    const tagColorCFG none{};
+    if (shrink)
+        bmp.InvoicQIShrinkImg2(w, h, bitCount, srcStride, src, nullptr, dstW, dstH, bitCount, &out, nullptr,
+                               static_cast<uint32_t>(dstBytes), color, 0, none, 0, noWhitening);
+    else
+        bmp.InvoicResampleImg2(w, h, bitCount, srcStride, src, dstW, dstH, bitCount, &out,
+                               static_cast<uint32_t>(dstBytes), color, 0, noWhitening);
+    return dst;
+}
+
+}  // namespace
+
+// Brings the held page to the output resolution, replacing the held buffer
+// and its header. Both factors below 1 shrink; anything else resamples.
+void CEPLRender::ScaleToOutputResolution(CBmpProcessing& bmp)
+{
+    _OEMPDEV& pdev = *m_pOemPdev;
+    tagBITMAPINFOHEADER& page = pdev.bmInfoHeader;
+    if (m_pDevMode->dmPrintQuality == 0 || m_pDevMode->dmYResolution == 0)
+        return;  // an absurd raster resolution: keep the page as it came
+    const double sx = static_cast<double>(m_pOemCfg->sOutputXDPI) / m_pDevMode->dmPrintQuality;
+    const double sy = static_cast<double>(m_pOemCfg->sOutputYDPI) / m_pDevMode->dmYResolution;
+    if (sx == 1.0 && sy == 1.0)
+        return;
+    const int64_t newW = static_cast<int64_t>(std::trunc(page.biWidth * sx));
+    const int64_t newH = static_cast<int64_t>(std::trunc(page.biHeight * sy));
+    const int64_t newBytes = newH * 4 * ((newW * page.biBitCount + 31) / 32);
+    if (newW < 0 || newH < 0 || newBytes > int64_t(UINT32_MAX))
+        return;
+    const bool shrink = sx < 1.0 && sy < 1.0;
+    MallocBuffer scaled = Rescale(bmp, shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
+                                  static_cast<uint32_t>(BmpRowStride(page.biBitCount, page.biWidth)),
+                                  static_cast<uint32_t>(newW), static_cast<uint32_t>(newH),
+                                  static_cast<uint64_t>(newBytes), 0, tagColorCFG{});
+    if (!scaled)
+        return;
+    free(pdev.pBufStart);
+    pdev.pBufStart = scaled.release();
+    pdev.dwBufSize = static_cast<uint32_t>(newBytes);
+    page.biSizeImage = static_cast<uint32_t>(newBytes);
+    page.biWidth = static_cast<int32_t>(newW);
+    page.biHeight = static_cast<int32_t>(newH);
+}
+
+// Writes a debug dump, logging instead of failing when it throws.
+void CEPLRender::DumpPage(const char* path, unsigned char* data, uint64_t size, int width, int height, int bits)
+{
+    try {
+        LogData2BmpFile(path, data, static_cast<unsigned>(size), width, height, bits);
+    } catch (const std::exception&) {
+        if (path == kBeginDump)
+            LOGFMTD("Out - EplBegin.bmp Error");
+        else
+            LOGFMTD("Out - EplOutput.bmp Error");
+    }
+}
+
+bool CEPLRender::TransCommand(bool lastPage, bool logOn)
+{
+    if (!m_pOemPdev || !m_pOemPdev->pBufStart || !m_pOemCfg || !m_pDevMode)
         return false;
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    _OEMPDEV& pdev = *m_pOemPdev;
+    const tagBITMAPINFOHEADER savedHeader = pdev.bmInfoHeader;
+    CBmpProcessing bmp;
+    ScaleToOutputResolution(bmp);
+
+    WorkImage work;
+    work.header = pdev.bmInfoHeader;
+    work.rect = {0, 0, work.header.biWidth - 1, work.header.biHeight - 1};
+    const int orientation = kvrender::OrientationCode(m_pDevMode->dmOrientation, cfg.sRotate90, cfg.sRotation);
+    const COLORLEVELSITEM levels{cfg.nLevelsAdj / 100.0f, 0, 255, 0, 255};
+    if (logOn)
+        DumpPage(kBeginDump, pdev.pBufStart, pdev.dwBufSize, work.header.biWidth, work.header.biHeight,
+                 work.header.biBitCount);
+    if (levels.fGamma != 1.0f)
+        bmp.SetColorLevelsData(&levels, 0);
+    if (cfg.nBrightness != 0 || cfg.nContrast != 0)
+        bmp.SetLightTable(cfg.nBrightness, cfg.nContrast);
+
+    FirstConversion(bmp, work, orientation, levels);
+    if (work.rect.right == work.rect.left || work.rect.bottom == work.rect.top) {
+        RestorePageSize(savedHeader);
+        return true;
+    }
+    work.rect.left = std::max(work.rect.left, 0);
+    work.rect.top = std::max(work.rect.top, 0);
+    work.Measure(true);
+    AutoRotate(bmp, work);
+    FitPrintableWidth(bmp, work);
+    SecondConversion(bmp, work, orientation, levels);
+    Halftone(bmp, work);
+    if (logOn)
+        DumpPage(kOutputDump, work.buffer.get(), work.size, work.w, work.h, kGreyBits);
+    SendPage(bmp, work, orientation, lastPage);
+    RestorePageSize(savedHeader);
     return true;
+}
+
+// Print mode 1 converts to grey (cropped) before any fitting; otherwise the
+// working buffer is a copy of the page and conversion waits.
+void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation,
+                                 const COLORLEVELSITEM& levels)
+{
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    _OEMPDEV& pdev = *m_pOemPdev;
+    if (cfg.sPaperMode == 1) {
+        unsigned char* out = nullptr;
+        unsigned int capacity = 0;
+        bmp.CoverBMP2OutputFormat(pdev.pBufStart, pdev.dwBufSize, &out, &capacity, &work.header, &work.rect,
+                                  orientation, 0, 0, levels, cfg.sMirror != 0, cfg.nBrightness, cfg.nContrast,
+                                  kvrender::MmToDots(kConversionMaxWidthMm, cfg.sOutputXDPI), 1);
+        TakeBuffer(work, out, capacity);
+        return;
+    }
+    work.buffer = kvrender::FilledBuffer(pdev.dwBufSize, 0);
+    if (work.buffer)
+        memcpy(work.buffer.get(), pdev.pBufStart, pdev.dwBufSize);
+    work.bytes = work.buffer ? pdev.dwBufSize : 0;
+}
+
+// Turns a page that is much wider than the printable width, or much taller
+// than wide, by the configured code.
+void CEPLRender::AutoRotate(CBmpProcessing& bmp, WorkImage& work)
+{
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    std::optional<short> code = kvrender::AutoRotationCode(work.w, work.h, cfg.sOutputXDPI, cfg.sOutputYDPI,
+                                                           cfg.sMaxOutputWidth, cfg.sAutoRotate90);
+    if (!code)
+        return;
+    unsigned char* out = nullptr;
+    unsigned int capacity = 0;
+    tagRECT rotated = work.rect;
+    bmp.RotateImgData(work.buffer.get(), static_cast<unsigned>(work.Readable()), work.rect, &work.header, *code,
+                      &out, &capacity, &rotated);
+    work.rect = rotated;
+    work.Measure(true);
+    work.header.biWidth = work.w;
+    work.header.biHeight = work.h;
+    work.header.biSizeImage = static_cast<uint32_t>(work.size);
+    TakeBuffer(work, out, capacity);
+}
+
+// Brings a page wider than the printable width down to it, keeping its
+// proportions, when print mode 1 or paper saving asks for it.
+void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
+{
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    const uint32_t maxDots = static_cast<uint32_t>(kvrender::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
+    if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == 1 || cfg.sSavePaper == 1)))
+        return;
+    const int32_t newH = static_cast<int32_t>(static_cast<double>(work.h) / work.w * maxDots);
+    const int64_t newStride = BmpRowStride(work.header.biBitCount, maxDots);
+    const uint64_t newBytes = static_cast<uint64_t>(newStride) * static_cast<uint64_t>(std::max(newH, 0));
+    const tagColorCFG color{static_cast<int16_t>(cfg.nBrightness), static_cast<int16_t>(cfg.nContrast),
+                            static_cast<int16_t>(cfg.nLevelsAdj)};
+    MallocBuffer fitted = Rescale(bmp, newH < work.h, work.buffer.get(), static_cast<uint32_t>(work.w),
+                                  static_cast<uint32_t>(work.h), work.header.biBitCount,
+                                  static_cast<uint32_t>(work.stride), maxDots, static_cast<uint32_t>(newH), newBytes,
+                                  kWhite, color);
+    // The box's right and bottom are the size itself here, not size - 1.
+    work.rect = {0, 0, static_cast<int32_t>(maxDots), newH};
+    work.w = static_cast<int32_t>(maxDots);
+    work.h = newH;
+    work.stride = newStride;
+    work.size = newBytes;
+    work.header.biWidth = work.w;
+    work.header.biHeight = work.h;
+    work.header.biSizeImage = static_cast<uint32_t>(newBytes);
+    TakeBuffer(work, fitted.release(), newBytes);
+}
+
+// Print mode 0 converts to grey after fitting. The size taken afterwards
+// leaves out the box's last column and row: kept as the printer's output has
+// always been.
+void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orientation,
+                                  const COLORLEVELSITEM& levels)
+{
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    if (cfg.sPaperMode != 0)
+        return;
+    unsigned char* out = nullptr;
+    unsigned int capacity = 0;
+    bmp.CoverBMP2OutputFormat(work.buffer.get(), static_cast<unsigned>(work.Readable()), &out, &capacity,
+                              &work.header, &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0,
+                              cfg.nBrightness, cfg.nContrast,
+                              kvrender::MmToDots(kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
+    TakeBuffer(work, out, capacity);
+    work.Measure(false);
+}
+
+// Reduces the grey page to black and white: method 4 is adaptive
+// thresholding, every other value a dither method.
+void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
+{
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    const bool invert = cfg.bNegative != 0;
+    if (!work.buffer)
+        return;
+    if (cfg.sHalftoneMethod == kAdaptiveHalftone) {
+        unsigned char* out = nullptr;
+        int outSize = 0;
+        if (AdaptiveThreshold(work.buffer.get(), work.w, work.h, static_cast<int>(work.stride), &out, &outSize,
+                              invert, kAdaptiveMethod, kAdaptiveBlock, kAdaptiveBias, kAdaptiveWeight) != 1) {
+            return;
+        }
+        MallocBuffer result(out);
+        MallocBuffer fresh = kvrender::FilledBuffer(static_cast<uint64_t>(outSize), kWhite);
+        if (!fresh)
+            return;
+        memcpy(fresh.get(), result.get(), static_cast<size_t>(outSize));
+        work.header.biBitCount = kGreyBits;
+        work.size = static_cast<uint64_t>(outSize);
+        work.buffer = std::move(fresh);
+        work.bytes = work.size;
+        return;
+    }
+    const uint64_t size = work.Readable();
+    MallocBuffer dst = kvrender::FilledBuffer(size, kWhite);
+    if (!dst)
+        return;
+    bmp.Dither(cfg.sHalftoneMethod, work.buffer.get(), dst.get(), static_cast<unsigned>(std::max(work.h, 0)),
+               static_cast<unsigned>(std::max(work.w, 0)), static_cast<unsigned>(work.stride), 0, invert);
+    memcpy(work.buffer.get(), dst.get(), size);
+}
+
+// Dashes, packs, positions and hands the page to the emulation, then writes
+// its commands to standard output in one buffered write.
+void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation, bool lastPage)
+{
+    tagOEMCFG& cfg = *m_pOemCfg;
+    const _OEMPDEV& pdev = *m_pOemPdev;
+    work.rect.left = std::max(work.rect.left, 0);
+    work.rect.top = std::max(work.rect.top, 0);
+    if (cfg.sIsLineImaginary && work.buffer)
+        kvrender::ConvertToDashedLines(bmp, work.buffer.get(), work.Readable(), work.w, work.h, work.stride,
+                                       kvrender::MmToDots(cfg.sBlackInterval, cfg.sOutputXDPI),
+                                       kvrender::MmToDots(cfg.sWhiteInterval, cfg.sOutputXDPI),
+                                       cfg.sMinImaginaryLineLen, m_pDevMode->dmPrintQuality);
+    kvrender::PackedPage packed =
+        kvrender::PackToOneBit(work.buffer.get(), work.buffer ? work.Readable() : 0, work.w, work.h, work.stride,
+                               work.rect, cfg.sMirror != 0, pdev.nMirrorRefWidth);
+    const kvrender::PagePosition position =
+        kvrender::PositionOnLabel(packed.x, work.rect.top, orientation, cfg, *m_pDevMode, pdev);
+    cfg.sPageNum = static_cast<int16_t>(pdev.dwCurPageNum);
+    cfg.nPageNum = cfg.sPageNum;
+    cfg.sCopies = pdev.sCurCopies;
+    if (!packed.bits)
+        return;
+
+    CLBPTREmulation emulation;
+    char* bits = reinterpret_cast<char*>(packed.bits.get());
+    const long bitsSize = static_cast<long>(packed.size);
+    long length = 0;
+    if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h, nullptr, 0,
+                                        &length, lastPage) != 0 || length <= 0)
+        return;
+    std::unique_ptr<char, decltype(&free)> commands(static_cast<char*>(calloc(static_cast<size_t>(length), 1)),
+                                                    &free);
+    if (!commands)
+        return;
+    if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h,
+                                        commands.get(), length, &length, lastPage) != 0 && m_pOemCfg)
+        fwrite(commands.get(), 1, static_cast<size_t>(length), stdout);
+}
+
+// Puts the page header's width and height back as they were at entry; the
+// held buffer stays the scaled one.
+void CEPLRender::RestorePageSize(const tagBITMAPINFOHEADER& saved)
+{
+    m_pOemPdev->bmInfoHeader.biWidth = saved.biWidth;
+    m_pOemPdev->bmInfoHeader.biHeight = saved.biHeight;
 }

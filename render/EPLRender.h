@@ -6,8 +6,13 @@
 
 #include <cstdint>
 
+#include "BmpProcessing.h"
 #include "DevMode.h"
 #include "OemCfg.h"
+
+namespace kvrender {
+struct WorkImage;
+}
 
 class CEPLRender {
 public:
@@ -38,6 +43,20 @@ public:
                          int bitsPerPixel);
 
 private:
+    using WorkImage = kvrender::WorkImage;
+
+    // Page pipeline steps, in the order TransCommand runs them.
+    void ScaleToOutputResolution(CBmpProcessing& bmp);
+    void FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels);
+    void AutoRotate(CBmpProcessing& bmp, WorkImage& work);
+    void FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work);
+    void SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels);
+    void Halftone(CBmpProcessing& bmp, WorkImage& work);
+    void SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation, bool lastPage);
+    void RestorePageSize(const tagBITMAPINFOHEADER& saved);
+    // Writes a debug dump; an exception is logged and the page goes on.
+    void DumpPage(const char* path, unsigned char* data, uint64_t size, int width, int height, int bits);
+
     // Computes the label width and length from the first page and writes
     // them, the orientation copy and a cleared back-feed into the
     // configuration, where they stay for the whole job.

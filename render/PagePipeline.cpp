@@ -1,0 +1,188 @@
+// Stand-alone steps of the page pipeline: orientation code, automatic
+// rotation decision, dashed lines, one-bit packing and label position.
+#include "PagePipeline.h"
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+
+namespace kvrender {
+
+namespace {
+
+constexpr double kThousandthsMmPerInch = 25400.0;
+constexpr double kMmPerInch = 25.4;
+constexpr double kMmToThousandths = 1000.0;
+// Automatic rotation: a page must be wider than the printable width by more
+// than this many millimetres, and the sides must differ by 5 mm.
+constexpr double kRotateExcessMm = 20.0;
+constexpr double kRotateMarginMm = 5.0;
+constexpr int kBitsPerByte = 8;
+constexpr unsigned char kWhite = 255;
+constexpr unsigned char kBlack = 0;
+// With a y of 0 the printer would start on the label's edge.
+constexpr int32_t kTopMarginDots = 8;
+
+// Floor of a / 8 for any sign.
+int64_t FloorDiv8(int64_t a)
+{
+    return a >= 0 ? a / kBitsPerByte : -((-a + kBitsPerByte - 1) / kBitsPerByte);
+}
+
+// Length in millimetres, rounded, of a run of `n` dots at `dpi`.
+int64_t RunMillimetres(int16_t n, int16_t dpi)
+{
+    if (dpi == 0)
+        return 0;
+    return static_cast<int64_t>(std::trunc(static_cast<double>(n) / dpi * kMmPerInch + 0.5));
+}
+
+// Whitens the dash gaps of the run of `n` bytes that ends just before
+// `end`. A counter that wrapped below 1 marks no run.
+void DashRun(CBmpProcessing& bmp, unsigned char* end, int16_t n, int32_t blackDots, int32_t whiteDots)
+{
+    if (n > 0)
+        bmp.ResetBlackLineData(end - n, static_cast<unsigned>(n), static_cast<short>(blackDots),
+                               static_cast<short>(whiteDots), kBitsPerByte);
+}
+
+}  // namespace
+
+MallocBuffer FilledBuffer(uint64_t size, unsigned char fill)
+{
+    MallocBuffer buffer(static_cast<unsigned char*>(malloc(size ? size : 1)));
+    if (buffer)
+        memset(buffer.get(), fill, size ? size : 1);
+    return buffer;
+}
+
+int32_t MulDiv(int32_t a, int32_t b, int32_t c)
+{
+    int32_t product = static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+    if (c == 0 || (c == -1 && product == INT32_MIN))
+        return 0;
+    return product / c;
+}
+
+int32_t MmToDots(double mm, double dpi)
+{
+    return static_cast<int32_t>(std::trunc(mm * kMmToThousandths * dpi / kThousandthsMmPerInch + 0.5));
+}
+
+int OrientationCode(int16_t dmOrientation, int16_t rotate90, int64_t rotation)
+{
+    struct Row {
+        int16_t orientation, rotate90;
+        int64_t rotation;
+        int code;
+    };
+    static const Row kTable[] = {{2, 0, 0, 0}, {2, 0, 1, 2}, {2, 1, 1, 1}, {1, 1, 1, 0}, {1, 1, 0, 2}, {1, 0, 1, 1}};
+    for (const Row& row : kTable)
+        if (row.orientation == dmOrientation && row.rotate90 == rotate90 && row.rotation == rotation)
+            return row.code;
+    return 3;
+}
+
+std::optional<short> AutoRotationCode(int32_t w, int32_t h, int16_t xdpi, int16_t ydpi, int16_t maxWidthMm,
+                                      int16_t autoRotate90)
+{
+    const double widthMm = static_cast<double>(w) / xdpi * kMmPerInch + 0.5;
+    const double heightMm = static_cast<double>(h) / xdpi * kMmPerInch + 0.5;
+    const short code = static_cast<short>(autoRotate90 - 1);
+    if (widthMm - maxWidthMm > kRotateExcessMm && int64_t(w) > int64_t(h) + MmToDots(kRotateMarginMm, ydpi))
+        return code;
+    if (int64_t(MmToDots(kRotateMarginMm, xdpi)) + w < h && heightMm - maxWidthMm < kRotateExcessMm &&
+        autoRotate90 > 0)
+        return code;
+    return std::nullopt;
+}
+
+void ConvertToDashedLines(CBmpProcessing& bmp, unsigned char* image, uint64_t imageSize, int32_t w, int32_t h,
+                          int64_t stride, int32_t blackDots, int32_t whiteDots, int16_t minLengthMm,
+                          int16_t rasterDpi)
+{
+    int16_t n = 0;
+    for (int64_t r = 0; r < h; ++r) {
+        for (int64_t c = 0; c < w; ++c) {
+            const uint64_t i = static_cast<uint64_t>(r * stride + c);
+            if (i >= imageSize)
+                return;
+            if (c != 0 && image[i] == kBlack) {
+                ++n;
+                continue;
+            }
+            if (RunMillimetres(n, rasterDpi) >= minLengthMm)
+                DashRun(bmp, image + i, n, blackDots, whiteDots);
+            n = 0;
+        }
+    }
+}
+
+PackedPage PackToOneBit(const unsigned char* image, uint64_t imageSize, int32_t w, int32_t h, int64_t stride,
+                        tagRECT rect, bool mirror, int32_t mirrorRefWidth)
+{
+    const int64_t left = rect.left < 0 ? 0 : rect.left;
+    const int64_t top = rect.top < 0 ? 0 : rect.top;
+    int64_t x = left;
+    int64_t e = rect.right;
+    if (mirror) {
+        x = int64_t(mirrorRefWidth) - rect.right;
+        e = x + rect.right - left;
+    }
+    const int64_t rowBytes = FloorDiv8(e - kBitsPerByte * (x / kBitsPerByte) + kBitsPerByte);
+    const int64_t rows = int64_t(rect.bottom) - top + 1;
+    PackedPage page;
+    page.x = static_cast<int32_t>(x);
+    page.size = (rowBytes > 0 && rows > 0) ? static_cast<uint64_t>(rowBytes * rows) : 0;
+    page.bits = FilledBuffer(page.size, kWhite);
+    if (!page.bits)
+        return page;
+    unsigned char* bits = page.bits.get();
+    const int64_t shift = x % kBitsPerByte;
+    for (int64_t r = 0; r < h; ++r) {
+        for (int64_t c = 0; c < w; ++c) {
+            const int64_t p = mirror ? c : c + shift;
+            const int64_t dest = r * rowBytes + FloorDiv8(p);
+            if (dest < 0 || static_cast<uint64_t>(dest) >= page.size)
+                continue;
+            // Bytes outside the image read as white.
+            const int64_t column = mirror ? (e - x) - c : c;
+            const int64_t source = r * stride + column;
+            const bool white = column < 0 || source < 0 || static_cast<uint64_t>(source) >= imageSize ||
+                               image[source] == kWhite;
+            if (!white)
+                bits[dest] &= static_cast<unsigned char>(~(0x80u >> (p & 7)));
+        }
+    }
+    return page;
+}
+
+PagePosition PositionOnLabel(int32_t x, int32_t y, int orientation, const tagOEMCFG& cfg, const _DEVMODE& devMode,
+                             const _OEMPDEV& pdev)
+{
+    const POINTL offset = pdev.srcGdiInfo.ptlPhysOffset;
+    switch (orientation) {
+    case 0:
+        x += MulDiv(cfg.sOutputYDPI, offset.y, devMode.dmYResolution);
+        break;
+    case 1:
+        break;
+    case 2:
+        y += MulDiv(cfg.sOutputXDPI, offset.x, devMode.dmPrintQuality);
+        break;
+    default:
+        x += MulDiv(cfg.sOutputXDPI, offset.x, devMode.dmPrintQuality);
+        y += MulDiv(cfg.sOutputYDPI, offset.y, devMode.dmYResolution);
+        break;
+    }
+    x = static_cast<int32_t>(FloorDiv8(x) * kBitsPerByte);
+    if (x < 1)
+        x = 0;
+    if (y < 0)
+        y = 0;
+    if (y == 0)
+        y = kTopMarginDots;
+    return {x, y};
+}
+
+}  // namespace kvrender

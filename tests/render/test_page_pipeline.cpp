@@ -1,0 +1,238 @@
+// Facts about the stand-alone steps of the page pipeline: orientation code,
+// automatic rotation, dashed lines, one-bit packing and the label position.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+#include "PagePipeline.h"
+
+using namespace kvrender;
+
+TEST(OrientationCode, FollowsTheTableAndDefaultsToThree)
+{
+    EXPECT_EQ(OrientationCode(2, 0, 0), 0);
+    EXPECT_EQ(OrientationCode(2, 0, 1), 2);
+    EXPECT_EQ(OrientationCode(2, 1, 1), 1);
+    EXPECT_EQ(OrientationCode(1, 1, 1), 0);
+    EXPECT_EQ(OrientationCode(1, 1, 0), 2);
+    EXPECT_EQ(OrientationCode(1, 0, 1), 1);
+    EXPECT_EQ(OrientationCode(1, 0, 0), 3);
+    EXPECT_EQ(OrientationCode(2, 1, 0), 3);
+    EXPECT_EQ(OrientationCode(0, 1, 1), 3);
+}
+
+TEST(AutoRotation, LandscapePageWiderThanThePrintableWidthGetsCodeMinusOneWithoutAutoRotate)
+{
+    // 958 dots at 203 dpi are 120 mm; the printable width is 80 mm.
+    std::optional<short> code = AutoRotationCode(958, 400, 203, 203, 80, 0);
+    ASSERT_TRUE(code.has_value());
+    EXPECT_EQ(*code, -1);
+}
+
+TEST(AutoRotation, ExactlyTwentyMillimetresOverTheWidthIsKept)
+{
+    // 995 dots at 254 dpi: 99.5 mm + 0.5 = 100.0, exactly 20 over 80 mm.
+    EXPECT_FALSE(AutoRotationCode(995, 100, 254, 254, 80, 1).has_value());
+    EXPECT_EQ(AutoRotationCode(1005, 100, 254, 254, 80, 1), std::optional<short>(0));
+}
+
+TEST(AutoRotation, WideTestMeasuresItsMarginAtTheVerticalResolution)
+{
+    // 5 mm is 25 dots at 127 dpi but 50 at 254 dpi: 1005 > 960 + 25 only.
+    EXPECT_EQ(AutoRotationCode(1005, 960, 254, 127, 80, 1), std::optional<short>(0));
+    EXPECT_FALSE(AutoRotationCode(1005, 960, 254, 254, 80, 1).has_value());
+}
+
+TEST(AutoRotation, TallTestMeasuresItsMarginAtTheHorizontalResolution)
+{
+    // 50 dots at 254 dpi: 50 + 100 < 140 fails, 50 + 100 < 160 holds.
+    EXPECT_FALSE(AutoRotationCode(100, 140, 254, 127, 80, 1).has_value());
+    EXPECT_EQ(AutoRotationCode(100, 160, 254, 127, 80, 1), std::optional<short>(0));
+}
+
+TEST(AutoRotation, TallTestIsStrictAtTwentyMillimetres)
+{
+    // 995 rows at 254 dpi measure 100.0 mm: 20.0 over 80 mm is not below 20.
+    EXPECT_FALSE(AutoRotationCode(100, 995, 254, 254, 80, 2).has_value());
+    EXPECT_EQ(AutoRotationCode(100, 985, 254, 254, 80, 2), std::optional<short>(1));
+}
+
+TEST(AutoRotation, TallTestNeedsAutoRotateOn)
+{
+    EXPECT_FALSE(AutoRotationCode(100, 985, 254, 254, 80, 0).has_value());
+}
+
+TEST(MmToDots, RoundsHalfUp)
+{
+    EXPECT_EQ(MmToDots(104, 203), 831);
+    EXPECT_EQ(MmToDots(300, 203), 2398);
+    EXPECT_EQ(MmToDots(5, 203), 40);
+}
+
+TEST(MulDiv, ZeroDivisorGivesZero)
+{
+    EXPECT_EQ(MulDiv(203, 100, 0), 0);
+    EXPECT_EQ(MulDiv(203, 100, 300), 67);
+}
+
+class DashedLines : public ::testing::Test {
+protected:
+    // 4 x 2 image, rows 4 bytes apart, at 25 dpi (1 dot = 1.016 mm); dash
+    // periods of one black and one white dot; runs from 2 mm.
+    void Convert(std::vector<unsigned char>& image)
+    {
+        CBmpProcessing bmp;
+        ConvertToDashedLines(bmp, image.data(), image.size(), 4, 2, 4, 1, 1, 2, 25);
+    }
+};
+
+TEST_F(DashedLines, RunEndingAtARowEndIsConvertedAtTheStartOfTheNextRow)
+{
+    std::vector<unsigned char> image{255, 0, 0, 0, 255, 255, 255, 255};
+    Convert(image);
+    std::vector<unsigned char> expected{255, 0, 255, 0, 255, 255, 255, 255};
+    EXPECT_EQ(image, expected);
+}
+
+TEST_F(DashedLines, RunAtTheEndOfTheLastRowIsNeverConverted)
+{
+    std::vector<unsigned char> image{255, 255, 255, 255, 255, 0, 0, 0};
+    Convert(image);
+    std::vector<unsigned char> expected{255, 255, 255, 255, 255, 0, 0, 0};
+    EXPECT_EQ(image, expected);
+}
+
+TEST_F(DashedLines, RunOfOnePeriodIsLeftAlone)
+{
+    // Column 0 is not examined: the run is columns 1 and 2, two dots, no
+    // longer than one period of two, so nothing is whitened.
+    std::vector<unsigned char> image{0, 0, 0, 255, 255, 255, 255, 255};
+    Convert(image);
+    std::vector<unsigned char> expected{0, 0, 0, 255, 255, 255, 255, 255};
+    EXPECT_EQ(image, expected);
+}
+
+TEST(DashedLinesInRow, RunEndedByAWhitePixelIsDashedThere)
+{
+    // Columns 1-5 black (5 mm at 25 dpi): every second byte of each whole
+    // period of two is whitened.
+    std::vector<unsigned char> image{255, 0, 0, 0, 0, 0, 255, 255};
+    CBmpProcessing bmp;
+    ConvertToDashedLines(bmp, image.data(), image.size(), 8, 1, 8, 1, 1, 2, 25);
+    std::vector<unsigned char> expected{255, 0, 255, 0, 255, 0, 255, 255};
+    EXPECT_EQ(image, expected);
+}
+
+TEST_F(DashedLines, ShortRunIsKept)
+{
+    std::vector<unsigned char> image{255, 0, 255, 255, 255, 255, 255, 255};
+    Convert(image);
+    std::vector<unsigned char> expected{255, 0, 255, 255, 255, 255, 255, 255};
+    EXPECT_EQ(image, expected);
+}
+
+TEST(PackToOneBit, WhiteIsOnlyByte255)
+{
+    // 10 x 2, rows 12 bytes apart: black at columns 0 and 9 of row 0, 254
+    // at column 1 of row 1.
+    std::vector<unsigned char> image(24, 255);
+    image[0] = 0;
+    image[9] = 0;
+    image[12 + 1] = 254;
+    PackedPage page = PackToOneBit(image.data(), image.size(), 10, 2, 12, {0, 0, 9, 1}, false, 0);
+    ASSERT_EQ(page.size, 4u);
+    std::vector<unsigned char> bits(page.bits.get(), page.bits.get() + page.size);
+    EXPECT_EQ(bits, (std::vector<unsigned char>{0x7F, 0xBF, 0xBF, 0xFF}));
+    EXPECT_EQ(page.x, 0);
+}
+
+TEST(PackToOneBit, MirrorReadsEachRowBackwards)
+{
+    std::vector<unsigned char> image(24, 255);
+    image[0] = 0;
+    image[9] = 0;
+    image[12 + 1] = 254;
+    PackedPage page = PackToOneBit(image.data(), image.size(), 10, 2, 12, {0, 0, 9, 1}, true, 0);
+    ASSERT_EQ(page.size, 4u);
+    std::vector<unsigned char> bits(page.bits.get(), page.bits.get() + page.size);
+    EXPECT_EQ(bits, (std::vector<unsigned char>{0x7F, 0xBF, 0xFF, 0x7F}));
+    EXPECT_EQ(page.x, -9);
+}
+
+TEST(PackToOneBit, StartColumnShiftsTheBitsWithinTheFirstByte)
+{
+    std::vector<unsigned char> image(12, 255);
+    image[0] = 0;
+    PackedPage page = PackToOneBit(image.data(), image.size(), 10, 1, 12, {3, 0, 12, 0}, false, 0);
+    ASSERT_EQ(page.size, 2u);
+    EXPECT_EQ(page.bits.get()[0], 0xEF);
+    EXPECT_EQ(page.bits.get()[1], 0xFF);
+}
+
+TEST(PackToOneBit, PackedRowsFollowTheBoxNotTheImageHeight)
+{
+    // One row fewer in the image than in the box: the last packed row
+    // stays white.
+    std::vector<unsigned char> image(8, 0);
+    PackedPage page = PackToOneBit(image.data(), image.size(), 7, 1, 8, {0, 0, 7, 1}, false, 0);
+    ASSERT_EQ(page.size, 2u);
+    EXPECT_EQ(page.bits.get()[0], 0x01);
+    EXPECT_EQ(page.bits.get()[1], 0xFF);
+}
+
+TEST(PackToOneBit, NegativeBoxOriginIsClampedToZero)
+{
+    std::vector<unsigned char> image(4, 0);
+    PackedPage page = PackToOneBit(image.data(), image.size(), 4, 1, 4, {-5, -2, 3, 0}, false, 0);
+    ASSERT_EQ(page.size, 1u);
+    EXPECT_EQ(page.bits.get()[0], 0x0F);
+}
+
+TEST(PositionOnLabel, ZeroVerticalPositionIsSentAsEight)
+{
+    tagOEMCFG cfg{};
+    _DEVMODE devMode{};
+    _OEMPDEV pdev{};
+    EXPECT_EQ(PositionOnLabel(0, 0, 3, cfg, devMode, pdev).y, 8);
+    EXPECT_EQ(PositionOnLabel(0, -3, 3, cfg, devMode, pdev).y, 8);
+    EXPECT_EQ(PositionOnLabel(0, 5, 3, cfg, devMode, pdev).y, 5);
+}
+
+TEST(PositionOnLabel, HorizontalPositionIsRoundedDownToWholeBytes)
+{
+    tagOEMCFG cfg{};
+    _DEVMODE devMode{};
+    _OEMPDEV pdev{};
+    EXPECT_EQ(PositionOnLabel(13, 5, 3, cfg, devMode, pdev).x, 8);
+    EXPECT_EQ(PositionOnLabel(5, 5, 3, cfg, devMode, pdev).x, 0);
+    EXPECT_EQ(PositionOnLabel(-9, 5, 3, cfg, devMode, pdev).x, 0);
+}
+
+TEST(PositionOnLabel, PhysicalOffsetIsAddedByOrientation)
+{
+    tagOEMCFG cfg{};
+    cfg.sOutputXDPI = 203;
+    cfg.sOutputYDPI = 203;
+    _DEVMODE devMode{};
+    devMode.dmPrintQuality = 300;
+    devMode.dmYResolution = 300;
+    _OEMPDEV pdev{};
+    pdev.srcGdiInfo.ptlPhysOffset = {100, 60};
+    // 203 x 100 / 300 = 67 across, 203 x 60 / 300 = 40 along.
+    EXPECT_EQ(PositionOnLabel(0, 5, 3, cfg, devMode, pdev).x, 64);
+    EXPECT_EQ(PositionOnLabel(0, 5, 3, cfg, devMode, pdev).y, 45);
+    EXPECT_EQ(PositionOnLabel(0, 5, 0, cfg, devMode, pdev).x, 40);
+    EXPECT_EQ(PositionOnLabel(0, 5, 2, cfg, devMode, pdev).y, 72);
+    EXPECT_EQ(PositionOnLabel(0, 5, 1, cfg, devMode, pdev).x, 0);
+}
+
+TEST(PositionOnLabel, ZeroRasterResolutionAddsNothing)
+{
+    tagOEMCFG cfg{};
+    cfg.sOutputXDPI = 203;
+    _DEVMODE devMode{};
+    _OEMPDEV pdev{};
+    pdev.srcGdiInfo.ptlPhysOffset = {100, 60};
+    EXPECT_EQ(PositionOnLabel(16, 5, 3, cfg, devMode, pdev).x, 16);
+}

@@ -68,12 +68,6 @@ struct JobContext {
     bool logOn;
 };
 
-// Pointers are logged as 32-bit hexadecimal values, their low half.
-unsigned PointerLow32(const void* p)
-{
-    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
-}
-
 // Removes the last job's log and starts the main logger on "/tmp/kvepl.log",
 // with the file created under umask 022 so other users can read it.
 void StartDriverLog()
@@ -158,7 +152,7 @@ int RunPageLoop(const JobContext& job, bool* outOfMemory)
         StartPage(job.ppd, &header, page);
         if (page == 1)
             SetUpJob(job.ppd, &header);
-        LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum), PointerLow32(g_oemPDEV.pBufStart));
+        LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum), LogPointer32(g_oemPDEV.pBufStart));
         if (!FlushHeldPage(job.logOn))
             break;
         g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);
@@ -179,7 +173,7 @@ int RunPageLoop(const JobContext& job, bool* outOfMemory)
 // Sends the held page as the last page and releases it.
 void EndDocument(bool logOn)
 {
-    LOGFMTD("EndDoc, bufStart is 0x%x", PointerLow32(g_oemPDEV.pBufStart));
+    LOGFMTD("EndDoc, bufStart is 0x%x", LogPointer32(g_oemPDEV.pBufStart));
     if (!g_oemPDEV.pBufStart)
         return;
     RenderHeldPage(true, logOn);

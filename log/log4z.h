@@ -140,6 +140,13 @@ public:
         }                                                                                    \
     } while (0)
 
+// Pointers go into log lines as 32-bit hexadecimal values ("0x%x"), their
+// low half, as the driver log has always shown them.
+inline unsigned LogPointer32(const void* p)
+{
+    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
+}
+
 // The one call form used everywhere: a line on the single manager.
 #define LOG_FORMAT(id, level, fmt, ...) \
     LOG_FORMAT_ON(::ILog4zManager::getInstance(), id, level, fmt, ##__VA_ARGS__)

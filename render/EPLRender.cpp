@@ -21,11 +21,8 @@ using kvrender::MulDiv;
 
 namespace {
 
-// Tenths of a millimetre per inch, and millimetres per inch in thousandths:
-// the unit conversions of the label size.
+// Tenths of a millimetre per inch: the unit of the label size written back.
 constexpr double kTenthsPerInch = 254.0;
-constexpr double kThousandthsMmPerInch = 25400.0;
-constexpr int64_t kMmToThousandths = 1000;
 // Label widths go to the printer in whole bytes of eight dots.
 constexpr int32_t kDotsPerByte = 8;
 // The label length written back holds one dot more than the page.
@@ -117,8 +114,7 @@ void CEPLRender::StoreLabelSize()
         length = MulDiv(ydpi, pixelHeight, m_pDevMode->dmYResolution);
     }
     width = RoundUpToByte(width);
-    const int32_t maxWidth =
-        static_cast<int32_t>(cfg.sMaxOutputWidth * kMmToThousandths * xdpi / kThousandthsMmPerInch + 0.5);
+    const int32_t maxWidth = kvrender::MmToDots(cfg.sMaxOutputWidth, xdpi);
     if (static_cast<uint32_t>(width) > static_cast<uint32_t>(maxWidth))
         width = RoundUpToByte(maxWidth);
     cfg.dwLabelWidth = DotsToTenths(width, xdpi);
@@ -157,12 +153,6 @@ constexpr float kAdaptiveWeight = 0.5f;
 constexpr int kGreyBits = 8;
 constexpr unsigned char kWhite = 255;
 
-// Pointers are logged as 32-bit hexadecimal values, their low half.
-unsigned Low32(const void* p)
-{
-    return static_cast<unsigned>(reinterpret_cast<uintptr_t>(p));
-}
-
 // Takes `next` as the working buffer when the operation produced one,
 // logging both addresses when both exist.
 void TakeBuffer(WorkImage& work, unsigned char* next, uint64_t bytes)
@@ -170,7 +160,7 @@ void TakeBuffer(WorkImage& work, unsigned char* next, uint64_t bytes)
     if (!next)
         return;
     if (work.buffer)
-        LOGFMTD("databuf2: 0x%x, databuf3: 0x%x", Low32(work.buffer.get()), Low32(next));
+        LOGFMTD("databuf2: 0x%x, databuf3: 0x%x", LogPointer32(work.buffer.get()), LogPointer32(next));
     work.buffer.reset(next);
     work.bytes = bytes;
 }

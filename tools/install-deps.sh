@@ -1,9 +1,18 @@
 #!/bin/sh
 # Installs what building and testing the filter needs on Debian (run as root).
+# Besides the compiler and libraries: cups, cups-filters and ghostscript give
+# the end-to-end tests the spooler's own rasterizer ("cupsfilter"), file
+# reads the debug bitmaps' headers, and libbenchmark-dev builds the
+# benchmarks. cups-daemon and cups-client give the installation tests their
+# private scheduler (cupsd) and its clients (lp, lpadmin, lpinfo, lpstat,
+# cupstestppd).
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
 apt-get install -y -qq --no-install-recommends \
     g++ make cmake pkg-config \
     libcups2-dev libcupsimage2-dev \
-    googletest libgtest-dev >/dev/null
+    googletest libgtest-dev \
+    cups cups-filters ghostscript poppler-utils file \
+    cups-daemon cups-client \
+    libbenchmark-dev >/dev/null

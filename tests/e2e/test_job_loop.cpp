@@ -12,6 +12,7 @@
 #include "FilterProcess.h"
 #include "LogLines.h"
 #include "PpdWriter.h"
+#include "PrintJob.h"
 #include "RasterWriter.h"
 
 using namespace kvtest;
@@ -410,7 +411,9 @@ TEST_F(Cancel, SigtermWhilePageThreeIsReadSendsItAsTheLastPage)
     // Everything up to the middle of page 3's rows, past its header.
     const size_t headerBytes = sizeof(cups_page_header2_t);
     size_t cut = twoPages.size() + headerBytes + (threePages.size() - twoPages.size() - headerBytes) / 2;
-    FilterProcess process(FilterArgs(), LoggingPpd(), true);
+    // Cutting at the end of the job marks the page sent as the last one.
+    FilterProcess process(FilterArgs(), Ppd(WithCodes({{"DriverLog", "1"}, {"Mode", "4"}, {"CutMethod", "2"}})),
+                          true);
     process.Write(stream.substr(0, cut));
     ASSERT_TRUE(WaitForFileText(kDriverLog, "curPage is 2"));
     process.Signal(SIGTERM);
@@ -424,6 +427,15 @@ TEST_F(Cancel, SigtermWhilePageThreeIsReadSendsItAsTheLastPage)
     ASSERT_FALSE(messages.empty());
     EXPECT_EQ(messages.back().rfind("EndDoc, bufStart is 0x", 0), 0u);
     EXPECT_NE(messages.back(), "EndDoc, bufStart is 0x0");
+    // Pages 1 and 2 were printed as first and middle page, page 3 as the
+    // last: the cut comes after it. Each 64 x 64 page loses a column and a
+    // row in print mode 0.
+    PrintedJob job = ReadJob(r);
+    EXPECT_EQ(job.stream.error, "");
+    EXPECT_EQ(job.lines, Join({{"N", "I8,E", "WN", "ZB", "S4", "D10", "q64", "Q65,0"},
+                               {"O", "f80", "N", "GW0,0,8,63,", "P1"},
+                               {"N", "GW0,0,8,63,", "P1"},
+                               {"JF", "OC", "f80", "N", "GW0,0,8,63,", "P1"}}));
 }
 
 TEST_F(JobLoop, RfidJobWithoutItsServiceEndsAfterDiscardingThePage)

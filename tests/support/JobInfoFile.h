@@ -1,0 +1,61 @@
+// The job information file "/tmp/TASK_INFO.lock" as tests see it: keeping
+// and restoring what a test run found there, reading it the way a careful
+// reader must (under a shared lock), and another process holding its lock.
+#ifndef KV_TESTS_JOBINFOFILE_H
+#define KV_TESTS_JOBINFOFILE_H
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace kvtest {
+
+constexpr char kJobInfoPath[] = "/tmp/TASK_INFO.lock";
+
+// Remembers the file (or that there was none) and puts it back at
+// destruction, so a test may change or remove it freely.
+class JobInfoFileGuard {
+public:
+    JobInfoFileGuard();
+    ~JobInfoFileGuard();
+    JobInfoFileGuard(const JobInfoFileGuard&) = delete;
+    JobInfoFileGuard& operator=(const JobInfoFileGuard&) = delete;
+
+private:
+    bool m_existed = false;
+    std::string m_content;
+};
+
+// Replaces the file's content with `content` (creating it).
+void SetJobInfo(const std::string& content);
+// Removes the file.
+void RemoveJobInfo();
+// The file's content read under a shared whole-file lock, which a writer
+// never holds at the same time as its exclusive one; nullopt when the file
+// cannot be opened or locked.
+std::optional<std::string> ReadJobInfoLocked();
+
+// Another process holding the whole-file write lock on the file, as a
+// competing filter would, until Release, destruction or `limitSeconds`.
+class JobInfoLockHolder {
+public:
+    explicit JobInfoLockHolder(int limitSeconds);
+    ~JobInfoLockHolder();
+    JobInfoLockHolder(const JobInfoLockHolder&) = delete;
+    JobInfoLockHolder& operator=(const JobInfoLockHolder&) = delete;
+
+    // True when the holder took the lock.
+    bool Holding() const { return m_holding; }
+    // Ends the holder (releasing the lock) and waits for it.
+    void Release();
+
+private:
+    pid_t m_pid = -1;
+    int m_release = -1;
+    bool m_holding = false;
+};
+
+}  // namespace kvtest
+
+#endif

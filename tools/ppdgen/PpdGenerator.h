@@ -1,0 +1,29 @@
+// Writes the printer descriptions (PPD files) of the driver's models from one
+// table, so the four files never drift apart: every model offers the same
+// options, and only the resolution and the print width differ.
+#ifndef KV_TOOLS_PPDGENERATOR_H
+#define KV_TOOLS_PPDGENERATOR_H
+
+#include <string>
+#include <vector>
+
+namespace kvppd {
+
+// One printer model: a generic EPL2 label printer of one resolution and one
+// print-head width.
+struct PpdModel {
+    std::string fileName;    // file name in ppd/, e.g. "kivcp-epl2-203dpi-4in.ppd"
+    std::string pcFileName;  // the 8.3 name that the PPD format asks for
+    int dpi;                 // printer resolution in dots per inch
+    int headInches;          // widest label the printer takes, in whole inches
+};
+
+// The models the driver ships, in the order of their files.
+const std::vector<PpdModel>& PpdModels();
+
+// The complete PPD text of `model`, byte for byte as shipped.
+std::string PpdText(const PpdModel& model);
+
+}  // namespace kvppd
+
+#endif

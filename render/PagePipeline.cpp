@@ -2,6 +2,7 @@
 // rotation decision, dashed lines, one-bit packing and label position.
 #include "PagePipeline.h"
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -137,21 +138,33 @@ PackedPage PackToOneBit(const unsigned char* image, uint64_t imageSize, int32_t 
     page.bits = FilledBuffer(page.size, kWhite);
     if (!page.bits)
         return page;
+    if (page.size == 0 || stride < 0)
+        return page;
+    // Each row walks only the columns whose packed byte lies in the page and
+    // whose source byte lies in the image; every other pixel stays white.
     unsigned char* bits = page.bits.get();
     const int64_t shift = x % kBitsPerByte;
+    const int64_t span = e - x;  // mirrored rows are read from column span down
     for (int64_t r = 0; r < h; ++r) {
-        for (int64_t c = 0; c < w; ++c) {
-            const int64_t p = mirror ? c : c + shift;
-            const int64_t dest = r * rowBytes + FloorDiv8(p);
-            if (dest < 0 || static_cast<uint64_t>(dest) >= page.size)
-                continue;
-            // Bytes outside the image read as white.
-            const int64_t column = mirror ? (e - x) - c : c;
-            const int64_t source = r * stride + column;
-            const bool white = column < 0 || source < 0 || static_cast<uint64_t>(source) >= imageSize ||
-                               image[source] == kWhite;
-            if (!white)
-                bits[dest] &= static_cast<unsigned char>(~(0x80u >> (p & 7)));
+        const int64_t rowStart = r * rowBytes;
+        const int64_t pixelsLeft = (static_cast<int64_t>(page.size) - rowStart) * kBitsPerByte;
+        const int64_t base = r * stride;
+        const int64_t imageLeft = static_cast<int64_t>(imageSize) - base;
+        if (pixelsLeft <= 0 || imageLeft <= 0)
+            break;
+        unsigned char* out = bits + rowStart;
+        const unsigned char* in = image + base;
+        if (!mirror) {
+            const int64_t end = std::min<int64_t>({w, pixelsLeft - shift, imageLeft});
+            for (int64_t c = 0; c < end; ++c)
+                if (in[c] != kWhite)
+                    out[(c + shift) >> 3] &= static_cast<unsigned char>(~(0x80u >> ((c + shift) & 7)));
+        } else {
+            const int64_t first = std::max<int64_t>(0, span - imageLeft + 1);
+            const int64_t end = std::min<int64_t>({w, pixelsLeft, span + 1});
+            for (int64_t c = first; c < end; ++c)
+                if (in[span - c] != kWhite)
+                    out[c >> 3] &= static_cast<unsigned char>(~(0x80u >> (c & 7)));
         }
     }
     return page;

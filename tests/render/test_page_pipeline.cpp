@@ -236,3 +236,68 @@ TEST(PositionOnLabel, ZeroRasterResolutionAddsNothing)
     pdev.srcGdiInfo.ptlPhysOffset = {100, 60};
     EXPECT_EQ(PositionOnLabel(16, 5, 3, cfg, devMode, pdev).x, 16);
 }
+
+namespace {
+
+// The packing written pixel by pixel, every index checked on its own: the
+// form the row-wise packing must reproduce.
+std::vector<unsigned char> ReferencePack(const std::vector<unsigned char>& image, int32_t w, int32_t h,
+                                         int64_t stride, tagRECT rect, bool mirror, int32_t ref)
+{
+    const int64_t left = rect.left < 0 ? 0 : rect.left;
+    const int64_t top = rect.top < 0 ? 0 : rect.top;
+    int64_t x = left;
+    int64_t e = rect.right;
+    if (mirror) {
+        x = int64_t(ref) - rect.right;
+        e = x + rect.right - left;
+    }
+    const int64_t num = e - 8 * (x / 8) + 8;
+    const int64_t rowBytes = num >= 0 ? num / 8 : -((-num + 7) / 8);
+    const int64_t rows = int64_t(rect.bottom) - top + 1;
+    const int64_t size = (rowBytes > 0 && rows > 0) ? rowBytes * rows : 0;
+    std::vector<unsigned char> bits(static_cast<size_t>(size), 255);
+    for (int64_t r = 0; r < h; ++r)
+        for (int64_t c = 0; c < w; ++c) {
+            const int64_t p = mirror ? c : c + x % 8;
+            const int64_t dest = r * rowBytes + p / 8;
+            if (dest < 0 || dest >= size)
+                continue;
+            const int64_t column = mirror ? (e - x) - c : c;
+            const int64_t source = r * stride + column;
+            const bool white = column < 0 || source < 0 || source >= int64_t(image.size()) || image[source] == 255;
+            if (!white)
+                bits[dest] &= static_cast<unsigned char>(~(0x80u >> (p & 7)));
+        }
+    return bits;
+}
+
+}  // namespace
+
+TEST(PackToOneBit, RowWiseFormEqualsThePixelByPixelFormOnRandomImages)
+{
+    unsigned seed = 12345;
+    auto next = [&seed] {
+        seed = seed * 1103515245u + 12345u;
+        return seed >> 16;
+    };
+    for (int trial = 0; trial < 300; ++trial) {
+        const int32_t w = 1 + static_cast<int32_t>(next() % 70);
+        const int32_t h = 1 + static_cast<int32_t>(next() % 12);
+        const int64_t stride = (w + 3) / 4 * 4;
+        // Sometimes an image shorter than its rows, as after the lost row.
+        const size_t imageSize = static_cast<size_t>(stride * h) - (next() % 3 == 0 ? next() % 10 : 0);
+        std::vector<unsigned char> image(imageSize);
+        for (unsigned char& b : image)
+            b = (next() % 3 == 0) ? 255 : static_cast<unsigned char>(next() % 256);
+        const int32_t left = static_cast<int32_t>(next() % 20) - 4;
+        const int32_t right = left + w - 1 + static_cast<int32_t>(next() % 3) - 1;
+        tagRECT rect{left, static_cast<int32_t>(next() % 3) - 1, right, h - 1 + static_cast<int32_t>(next() % 3) - 1};
+        const bool mirror = next() % 2 == 0;
+        const int32_t ref = static_cast<int32_t>(next() % 40);
+        PackedPage page = PackToOneBit(image.data(), image.size(), w, h, stride, rect, mirror, ref);
+        std::vector<unsigned char> expected = ReferencePack(image, w, h, stride, rect, mirror, ref);
+        ASSERT_EQ(page.size, expected.size()) << trial;
+        ASSERT_EQ(std::vector<unsigned char>(page.bits.get(), page.bits.get() + page.size), expected) << trial;
+    }
+}

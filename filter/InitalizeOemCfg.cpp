@@ -9,6 +9,7 @@
 #include <optional>
 
 #include "GetPpdSelfOption.h"
+#include "PageLimits.h"
 #include "log4z.h"
 
 namespace {
@@ -340,8 +341,7 @@ void InitOutputDpi(tagOEMCFG* cfg, cups_page_header2_t* header)
 {
     if (!cfg || !header)
         return;
-    const char* value = GetPpdKeywordValue("OutputDPI");
-    int16_t dpi = value ? static_cast<int16_t>(strtol(value, nullptr, 10)) : 0;
+    int16_t dpi = PpdOutputDpi();
     cfg->sOutputXDPI = dpi;
     cfg->sOutputYDPI = dpi;
     LOGFMTD("Init sOutputXDPI: %d, sOutputYDPI: %d", cfg->sOutputXDPI, cfg->sOutputYDPI);

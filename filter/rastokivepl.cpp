@@ -19,6 +19,8 @@
 #include "FileLock.h"
 #include "GetPpdSelfOption.h"
 #include "InitalizeOemCfg.h"
+#include "PageLimits.h"
+#include "SpoolerMessages.h"
 #include "log4z.h"
 
 volatile sig_atomic_t Canceled = 0;
@@ -41,7 +43,6 @@ constexpr const char* kRasterStreamText = "cupsRasterOpen failed.";
 constexpr const char* kPpdOpenText = "The PPD file could not be opened.";
 constexpr const char* kPageDoneText = "Finish print operation.";
 constexpr const char* kNoPagesText = "No pages were found.";
-constexpr const char* kPageMemoryText = "ERROR: Not enough memory for the page buffer";
 
 // The spooler passes "job-id user title copies options", plus the raster
 // file when it does not come on standard input.
@@ -66,6 +67,27 @@ struct JobContext {
     const char* title;
     int jobId;
     bool logOn;
+    int outputDpi;  // the printer's resolution, 0 when the PPD has none
+};
+
+// How the page loop ended: the pages counted, and whether the job failed
+// (a page refused or its buffer not to be had).
+struct LoopResult {
+    int pages = 0;
+    bool failed = false;
+};
+
+// Width, height and depth of a raster page.
+struct PageGeometry {
+    unsigned width;
+    unsigned height;
+    unsigned bitsPerPixel;
+
+    static PageGeometry Of(const cups_page_header2_t& h) { return {h.cupsWidth, h.cupsHeight, h.cupsBitsPerPixel}; }
+    bool operator!=(const PageGeometry& o) const
+    {
+        return width != o.width || height != o.height || bitsPerPixel != o.bitsPerPixel;
+    }
 };
 
 // Removes the last job's log and starts the main logger on "/tmp/kvepl.log",
@@ -130,44 +152,75 @@ bool FlushHeldPage(bool logOn)
 void DiscardPage(cups_raster_t* ras, const cups_page_header2_t& header)
 {
     uint64_t size = uint64_t(header.cupsHeight) * header.cupsBytesPerLine;
-    if (size == 0 || size > UINT32_MAX)
+    if (size == 0 || size > kMaxRasterPageBytes)
         return;
     std::unique_ptr<unsigned char, decltype(&free)> scratch(static_cast<unsigned char*>(malloc(size)), &free);
     if (scratch)
         cupsRasterReadPixels(ras, scratch.get(), static_cast<unsigned>(size));
 }
 
-// The page loop; returns the number of page headers counted. Sets
-// `outOfMemory` when a page buffer could not be had.
-int RunPageLoop(const JobContext& job, bool* outOfMemory)
+// Says so when page `page` is beyond the limits; true when it may be printed.
+bool PageWithinLimits(const cups_page_header2_t& header, int page, int outputDpi)
+{
+    std::string problem = PageLimitProblem(header, outputDpi);
+    if (problem.empty())
+        return true;
+    PutSpoolerMessage(SpoolerLevel::kError, "Page %d not printed: %s", page, problem.c_str());
+    return false;
+}
+
+// A later page is read with the first page's geometry, whatever its own.
+void WarnOfOtherGeometry(const PageGeometry& first, const cups_page_header2_t& header, int page)
+{
+    PageGeometry own = PageGeometry::Of(header);
+    if (page == 1 || !(own != first))
+        return;
+    PutSpoolerMessage(SpoolerLevel::kWarning,
+                      "Page %d is %u x %u pixels at %u bits, page 1 %u x %u at %u bits: it is printed with page "
+                      "1's size and may come out distorted",
+                      page, own.width, own.height, own.bitsPerPixel, first.width, first.height, first.bitsPerPixel);
+}
+
+// The page loop. A page beyond the limits or without a buffer ends the job
+// as failed; the page held before it is still sent, as the last page.
+LoopResult RunPageLoop(const JobContext& job)
 {
     cups_page_header2_t header;
-    int page = 0;
+    LoopResult result;
+    PageGeometry first{};
     while (cupsRasterReadHeader2(job.ras, &header) && !Canceled) {
-        ++page;
+        int page = ++result.pages;
         if (LERFIDJobTask(job.title, job.jobId) == kRfidStopJob) {
             DiscardPage(job.ras, header);
             break;
         }
         StartPage(job.ppd, &header, page);
-        if (page == 1)
+        if (!PageWithinLimits(header, page, job.outputDpi)) {
+            result.failed = true;
+            break;
+        }
+        if (page == 1) {
+            first = PageGeometry::Of(header);
             SetUpJob(job.ppd, &header);
+        }
+        WarnOfOtherGeometry(first, header, page);
         LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum), LogPointer32(g_oemPDEV.pBufStart));
         if (!FlushHeldPage(job.logOn))
             break;
         g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);
         ReleaseHeldPage(&g_oemPDEV);
         if (!ReadPageIntoHeldBuffer(job.ras, header, &g_oemPDEV)) {
-            *outOfMemory = true;
+            PutSpoolerMessage(SpoolerLevel::kError, "Not enough memory for the buffer of page %d", page);
+            result.failed = true;
             break;
         }
         if (Canceled == 1)
             break;
-        fputs(kPageDoneText, stderr);
+        PutKeptText(kPageDoneText);
         if (Canceled != 0)
             break;
     }
-    return page;
+    return result;
 }
 
 // Sends the held page as the last page and releases it.
@@ -205,8 +258,26 @@ void ReportPpdOpenFailure()
 {
     int line = 0;
     ppd_status_t status = ppdLastError(&line);
-    fputs(kPpdOpenText, stderr);
-    fprintf(stderr, "%s on line %d.", ppdErrorString(status), line);
+    PutKeptText(kPpdOpenText);
+    char reason[256];
+    snprintf(reason, sizeof(reason), "%s on line %d.", ppdErrorString(status), line);
+    PutKeptText(reason);
+}
+
+// Says what is wrong with the printer's resolution from the PPD. A PPD
+// without one still runs the job, whose pages come out empty; one beyond
+// any printer's is refused. True when the job can run.
+bool PrinterResolutionUsable(int outputDpi)
+{
+    std::string problem = OutputDpiProblem(outputDpi);
+    if (!problem.empty()) {
+        PutSpoolerMessage(SpoolerLevel::kError, "%s", problem.c_str());
+        return false;
+    }
+    if (outputDpi == 0)
+        PutSpoolerMessage(SpoolerLevel::kError,
+                          "The PPD file has no *OutputDPI, the printer's resolution: nothing can be printed");
+    return true;
 }
 
 // Writes the job's arguments to the debug log.
@@ -401,18 +472,18 @@ int FilterMain(int argc, char* argv[])
     setbuf(stderr, nullptr);
     StartDriverLog();
     if (argc != kArgsWithStdin && argc != kArgsWithFile) {
-        fputs(kUsageText, stderr);
+        PutKeptText(kUsageText);
         return kExitFailure;
     }
     int fd = OpenRasterSource(argc, argv);
     if (fd < 0) {
-        fputs(kRasterOpenText, stderr);
+        PutKeptText(kRasterOpenText);
         sleep(kRasterOpenFailSleepSeconds);
         return kExitFailure;
     }
     cups_raster_t* ras = cupsRasterOpen(fd, CUPS_RASTER_READ);
     if (!ras) {
-        fputs(kRasterStreamText, stderr);
+        PutKeptText(kRasterStreamText);
         return kExitFailure;
     }
     Canceled = 0;
@@ -427,20 +498,20 @@ int FilterMain(int argc, char* argv[])
     int jobId = static_cast<int>(strtol(argv[1], nullptr, 10));
     LogJobArguments(argc, argv, jobId);
 
-    JobContext job{ras, ppd, argv[3], jobId, logOn};
-    bool outOfMemory = false;
-    int pages = RunPageLoop(job, &outOfMemory);
-    EndDocument(logOn);
+    JobContext job{ras, ppd, argv[3], jobId, logOn, PpdOutputDpi()};
+    LoopResult result;
+    if (PrinterResolutionUsable(job.outputDpi)) {
+        result = RunPageLoop(job);
+        EndDocument(logOn);
+    } else {
+        result.failed = true;
+    }
 
     ppdClose(ppd);
     cupsRasterClose(ras);
     if (fd != kStdinFd)
         close(fd);
-    if (pages == 0)
-        fputs(kNoPagesText, stderr);
-    if (outOfMemory) {
-        fputs(kPageMemoryText, stderr);
-        return kExitFailure;
-    }
-    return kExitOk;
+    if (result.pages == 0 && !result.failed)
+        PutKeptText(kNoPagesText);
+    return result.failed ? kExitFailure : kExitOk;
 }

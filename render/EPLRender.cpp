@@ -143,8 +143,6 @@ using kvrender::WorkImage;
 
 constexpr const char* kBeginDump = "/tmp/EplBegin.bmp";
 constexpr const char* kOutputDump = "/tmp/EplOutput.bmp";
-// Widest page the grey conversion keeps: 300 mm.
-constexpr double kConversionMaxWidthMm = 300.0;
 constexpr int16_t kAdaptiveHalftone = 4;
 constexpr int kAdaptiveMethod = 0;
 constexpr int kAdaptiveBlock = 64;
@@ -288,7 +286,7 @@ void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orien
         unsigned int capacity = 0;
         bmp.CoverBMP2OutputFormat(pdev.pBufStart, pdev.dwBufSize, &out, &capacity, &work.header, &work.rect,
                                   orientation, 0, 0, levels, cfg.sMirror != 0, cfg.nBrightness, cfg.nContrast,
-                                  kvrender::MmToDots(kConversionMaxWidthMm, cfg.sOutputXDPI), 1);
+                                  kvrender::MmToDots(kvrender::kConversionMaxWidthMm, cfg.sOutputXDPI), 1);
         TakeBuffer(work, out, capacity);
         return;
     }
@@ -363,7 +361,7 @@ void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orie
     bmp.CoverBMP2OutputFormat(work.buffer.get(), static_cast<unsigned>(work.Readable()), &out, &capacity,
                               &work.header, &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0,
                               cfg.nBrightness, cfg.nContrast,
-                              kvrender::MmToDots(kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
+                              kvrender::MmToDots(kvrender::kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
     TakeBuffer(work, out, capacity);
     work.Measure(false);
 }

@@ -62,6 +62,9 @@ int32_t MulDiv(int32_t a, int32_t b, int32_t c);
 // Millimetres to dots at `dpi`: trunc(mm x 1000 x dpi / 25400 + 0.5).
 int32_t MmToDots(double mm, double dpi);
 
+// Widest page the grey conversion keeps: 300 mm.
+constexpr double kConversionMaxWidthMm = 300.0;
+
 // The orientation code of the grey conversion from the device-mode
 // orientation and the two rotation flags; every case not in the table is 3.
 int OrientationCode(int16_t dmOrientation, int16_t rotate90, int64_t rotation);

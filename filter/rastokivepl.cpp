@@ -265,7 +265,7 @@ void ReportPpdOpenFailure()
 }
 
 // Says what is wrong with the printer's resolution from the PPD. A PPD
-// without one still runs the job, whose pages come out empty; one beyond
+// without one still runs the job, whose labels come out blank; one beyond
 // any printer's is refused. True when the job can run.
 bool PrinterResolutionUsable(int outputDpi)
 {
@@ -276,7 +276,7 @@ bool PrinterResolutionUsable(int outputDpi)
     }
     if (outputDpi == 0)
         PutSpoolerMessage(SpoolerLevel::kError,
-                          "The PPD file has no *OutputDPI, the printer's resolution: nothing can be printed");
+                          "The PPD file has no *OutputDPI, the printer's resolution: labels come out blank");
     return true;
 }
 

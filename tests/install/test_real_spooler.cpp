@@ -15,6 +15,7 @@
 #include "PdfLabel.h"
 #include "PngFile.h"
 #include "PpdWriter.h"
+#include "RasterWriter.h"
 #include "SpoolerSupport.h"
 
 namespace {
@@ -24,6 +25,7 @@ using kvinstall::StagedInstall;
 
 constexpr int kJobSeconds = 120;             // a label job ends well within this on a loaded machine
 constexpr int kCompleted = 9;                // IPP job state "completed"
+constexpr int kStopped = 6;                  // IPP job state "processing-stopped"
 const char* kDriverLog = "/tmp/kvepl.log";   // the filter's log, removed again if this test made it
 
 const std::string kPpd203x2 = "kivcp/kivcp-epl2-203dpi-2in.ppd";
@@ -168,6 +170,27 @@ TEST_F(RealSpooler, QueueDefaultsSetWithLpadminApplyToJobs)
     ASSERT_EQ(m_cupsd->Client("lpadmin", {"-p", "label", "-o", "Density-default=5"}).status, 0);
     kvtool::CommandResult r = Preview(PrintLabel({}), m_files.File("p"));
     EXPECT_NE(r.out.find("  density: 5\n"), std::string::npos) << r.out;
+}
+
+// A raster job whose page the filter refuses (1 dpi): the filter's status 1
+// makes the spooler stop that job with "Filter failed"; the queue stays
+// idle and enabled and prints the next job.
+TEST_F(RealSpooler, RefusedJobStopsAloneAndTheNextJobPrints)
+{
+    AddQueue();
+    kvtest::RasterPage page = kvtest::SolidPage(10, 10, 203, 0, 0, 0);
+    page.header.HWResolution[0] = page.header.HWResolution[1] = 1;
+    kvtest::WriteRaster(m_files.File("refused.ras"), {page});
+    kvtool::CommandResult r = m_cupsd->Client("lp", {"-d", "label", m_files.File("refused.ras")});
+    int job = kvinstall::JobIdFromLp(r.out);
+    ASSERT_GT(job, 0) << r.out << r.err;
+    EXPECT_EQ(m_cupsd->WaitForJob(job, kJobSeconds), kStopped);
+    EXPECT_NE(m_cupsd->ErrorLog().find("[Job " + std::to_string(job) +
+                                       "] Page 1 not printed: its raster resolution 1 x 1 dpi is outside"),
+              std::string::npos)
+        << m_cupsd->ErrorLog();
+    EXPECT_NE(PrintLabel({}).find("GW"), std::string::npos);
+    EXPECT_EQ(m_cupsd->Client("lpstat", {"-p", "label"}).out.rfind("printer label is idle.", 0), 0u);
 }
 
 TEST_F(RealSpooler, StoppedServerLeavesNothingBehind)

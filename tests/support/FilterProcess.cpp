@@ -3,6 +3,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -121,8 +122,10 @@ FilterResult FilterProcess::Wait()
     CloseInput();
     FilterResult result;
     int status = 0;
-    waitpid(m_pid, &status, 0);
+    struct rusage usage = {};
+    wait4(m_pid, &status, 0, &usage);
     m_pid = -1;
+    result.peakKb = usage.ru_maxrss;
     if (WIFEXITED(status))
         result.status = WEXITSTATUS(status);
     if (WIFSIGNALED(status))

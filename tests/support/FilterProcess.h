@@ -27,6 +27,7 @@ struct FilterResult {
     int signal = 0;      // signal that ended the process, if any
     std::string out;     // standard output
     std::string err;     // standard error
+    long peakKb = 0;     // the filter's peak resident memory, in kilobytes
 };
 
 class FilterProcess {

@@ -60,26 +60,63 @@ RasterPage SolidPage(unsigned width, unsigned height, unsigned dpi, unsigned cha
     });
 }
 
-void WriteRaster(const std::string& path, const std::vector<RasterPage>& pages)
-{
-    int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0)
-        throw std::runtime_error("cannot create " + path);
-    cups_raster_t* ras = cupsRasterOpen(fd, CUPS_RASTER_WRITE);
-    if (!ras) {
-        close(fd);
-        throw std::runtime_error("cupsRasterOpen for writing failed");
-    }
-    for (const RasterPage& page : pages) {
-        cups_page_header2_t header = page.header;
-        cupsRasterWriteHeader2(ras, &header);
-        for (const std::vector<unsigned char>& row : page.rows) {
-            std::vector<unsigned char> copy(row);
-            cupsRasterWritePixels(ras, copy.data(), static_cast<unsigned>(copy.size()));
+namespace {
+
+// An open raster stream for writing; closed with its file at destruction.
+class RasterOutput {
+public:
+    explicit RasterOutput(const std::string& path)
+    {
+        m_fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+        if (m_fd < 0)
+            throw std::runtime_error("cannot create " + path);
+        m_ras = cupsRasterOpen(m_fd, CUPS_RASTER_WRITE);
+        if (!m_ras) {
+            close(m_fd);
+            throw std::runtime_error("cupsRasterOpen for writing failed");
         }
     }
-    cupsRasterClose(ras);
-    close(fd);
+    ~RasterOutput()
+    {
+        cupsRasterClose(m_ras);
+        close(m_fd);
+    }
+    RasterOutput(const RasterOutput&) = delete;
+    RasterOutput& operator=(const RasterOutput&) = delete;
+
+    void Header(cups_page_header2_t header) { cupsRasterWriteHeader2(m_ras, &header); }
+    void Row(std::vector<unsigned char> row)
+    {
+        cupsRasterWritePixels(m_ras, row.data(), static_cast<unsigned>(row.size()));
+    }
+
+private:
+    int m_fd = -1;
+    cups_raster_t* m_ras = nullptr;
+};
+
+}  // namespace
+
+void WriteRaster(const std::string& path, const std::vector<RasterPage>& pages)
+{
+    RasterOutput out(path);
+    for (const RasterPage& page : pages) {
+        out.Header(page.header);
+        for (const std::vector<unsigned char>& row : page.rows)
+            out.Row(row);
+    }
+}
+
+void WriteStreamedPage(const std::string& path, const cups_page_header2_t& header,
+                       const std::function<void(unsigned y, std::vector<unsigned char>& row)>& fill)
+{
+    RasterOutput out(path);
+    out.Header(header);
+    std::vector<unsigned char> row(header.cupsBytesPerLine);
+    for (unsigned y = 0; y < header.cupsHeight; ++y) {
+        fill(y, row);
+        out.Row(row);
+    }
 }
 
 std::string RasterBytes(const std::vector<RasterPage>& pages)

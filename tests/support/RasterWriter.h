@@ -32,6 +32,13 @@ RasterPage SolidPage(unsigned width, unsigned height, unsigned dpi, unsigned cha
 // holds only its synchronisation word).
 void WriteRaster(const std::string& path, const std::vector<RasterPage>& pages);
 
+// Writes a stream of one page whose rows `fill` makes one at a time (each
+// cupsBytesPerLine bytes), so that a page of any size is written without
+// being held in memory: a process that forks the filter passes its own
+// peak memory on to the filter's accounting.
+void WriteStreamedPage(const std::string& path, const cups_page_header2_t& header,
+                       const std::function<void(unsigned y, std::vector<unsigned char>& row)>& fill);
+
 // The same stream as bytes.
 std::string RasterBytes(const std::vector<RasterPage>& pages);
 

@@ -6,8 +6,10 @@
 #include <cmath>
 
 // How a colour is reconstructed between pixel centres. Values outside
-// 1..18 are read as bilinear.
-enum InterpolationMethod {
+// 1..18 are read as bilinear. The fixed underlying type makes every int a
+// valid value, so a number from outside (a setting, a cast) can never be an
+// invalid enum value.
+enum InterpolationMethod : int {
     InterpNearest = 1,
     InterpBilinear = 2,
     InterpBSpline = 3,
@@ -28,8 +30,9 @@ enum InterpolationMethod {
     InterpPower = 18
 };
 
-// What a read outside the image returns.
-enum OverflowMethod {
+// What a read outside the image returns. Fixed to int, like the
+// interpolation choice, so that no int is an invalid value.
+enum OverflowMethod : int {
     OverflowColor = 1,   // the replacement colour
     OverflowBlank = 2,   // white with the replacement's reserved byte
     OverflowWhite = 3,   // same as OverflowBlank

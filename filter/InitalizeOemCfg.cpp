@@ -10,6 +10,7 @@
 
 #include "GetPpdSelfOption.h"
 #include "PageLimits.h"
+#include "RasterHeaderFields.h"
 #include "log4z.h"
 
 namespace {
@@ -450,7 +451,7 @@ void InitDevmode(_DEVMODE* devMode, cups_page_header2_t* header)
     devMode->dmOrientation = 1;
     devMode->dmPrintQuality = static_cast<int16_t>(header->HWResolution[0]);
     devMode->dmYResolution = static_cast<int16_t>(header->HWResolution[1]);
-    devMode->dmCollate = static_cast<int16_t>(header->Collate);
+    devMode->dmCollate = static_cast<int16_t>(RasterHeaderValue(header->Collate));
     LOGFMTD("Init dmPrintQuality: %d, dmYResolution: %d", devMode->dmPrintQuality, devMode->dmYResolution);
     LOGFMTD("Init dmOrientation: %d", devMode->dmOrientation);
     LOGFMTD("Init dmCollate: %d", devMode->dmCollate);

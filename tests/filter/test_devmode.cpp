@@ -52,6 +52,16 @@ TEST(DevMode, CollateComesFromTheHeader)
     EXPECT_EQ(DevModeFrom(header).dmCollate, 1);
 }
 
+TEST(DevMode, CollateBeyondTrueIsKeptAsItsNumber)
+{
+    // A raster stream may carry any 32-bit value in the boolean field. The
+    // test writes it byte-wise, since assigning 5 to the enum is undefined.
+    cups_page_header2_t header = RgbHeader(100, 50);
+    const unsigned five = 5;
+    memcpy(&header.Collate, &five, sizeof(five));
+    EXPECT_EQ(DevModeFrom(header).dmCollate, 5);
+}
+
 TEST(DevMode, InitLogsResolutionThenOrientationThenCollate)
 {
     LogCapture::Instance().Mark();

@@ -411,15 +411,33 @@ bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& heade
     return true;
 }
 
-// Reads the stored record under the lock; false when the lock could not be
-// had or the record could not be read and parsed.
-static bool ReadStoredJobInfo(FileLock& file, int& storedId, int& storedIdx)
+namespace {
+
+// What could stop the RFID step, for the spooler's message.
+const char* const kJobFileUnopenable = "the job information file /tmp/TASK_INFO.lock cannot be opened";
+const char* const kJobFileLocked = "the job information file /tmp/TASK_INFO.lock stayed locked by another job";
+const char* const kJobFileNoRecord = "the job information file /tmp/TASK_INFO.lock holds no job record";
+const char* const kRfidQueueMissing = "the RFID service's message queue is missing (is the service running?)";
+const char* const kRfidRefused = "the RFID service refused the request";
+const char* const kRfidNoAnswer = "the RFID service did not answer";
+const char* const kRfidNoData = "its RFID data could not be written";
+const char* const kRfidErrorReply = "MSG_ERRIR/";
+
+// Why the job information file could not be used.
+std::string UnopenedReason(const FileLock& /*file*/)
+{
+    return kJobFileUnopenable;
+}
+
+// Reads the stored record under the lock. Returns an empty text when it was
+// read and parsed, else why not.
+std::string ReadStoredJobInfo(FileLock& file, int& storedId, int& storedIdx)
 {
     if (!file.lockTimeout(kTaskInfoTimeoutSeconds)) {
         if (!file.isLocked())
             LOGFMTD("read-timeout failed");
         file.unlock();
-        return false;
+        return file.isOpen() ? kJobFileLocked : UnopenedReason(file);
     }
     bool parsed = false;
     try {
@@ -430,22 +448,40 @@ static bool ReadStoredJobInfo(FileLock& file, int& storedId, int& storedIdx)
         parsed = false;
     }
     file.unlock();
-    return parsed;
+    return parsed ? "" : kJobFileNoRecord;
 }
 
-bool TaskInfo(int jobId, int& index)
+// TaskInfo that says why it failed: empty when the index was derived and
+// the new record stored.
+std::string RunTaskInfo(int jobId, int& index)
 {
     FileLock file;
     int storedId = -1;
     int storedIdx = -1;
-    if (!ReadStoredJobInfo(file, storedId, storedIdx)) {
+    std::string problem = ReadStoredJobInfo(file, storedId, storedIdx);
+    if (!problem.empty()) {
         file.close();
-        return false;
+        return problem;
     }
     index = (jobId == storedId) ? storedIdx + 1 : 0;
     file.writeJobInfoTimeout(jobId, index, kTaskInfoTimeoutSeconds);
     file.close();
-    return true;
+    return "";
+}
+
+// Tells the spooler why the RFID job ends unprinted; returns the result
+// that stops the job.
+int RfidJobNotPrinted(const std::string& problem)
+{
+    PutSpoolerMessage(SpoolerLevel::kError, "RFID job not printed: %s", problem.c_str());
+    return kRfidStopJob;
+}
+
+}  // namespace
+
+bool TaskInfo(int jobId, int& index)
+{
+    return RunTaskInfo(jobId, index).empty();
 }
 
 int LERFIDJobTask(const char* title, int jobId)
@@ -455,16 +491,17 @@ int LERFIDJobTask(const char* title, int jobId)
     if (!rfid.CheckRFIDTask())
         return kRfidNotRfidJob;
     if (!rfid.InitMsgQueue())
-        return kRfidStopJob;
+        return RfidJobNotPrinted(kRfidQueueMissing);
     int index = -1;
-    if (!TaskInfo(jobId, index))
-        return kRfidStopJob;
+    std::string problem = RunTaskInfo(jobId, index);
+    if (!problem.empty())
+        return RfidJobNotPrinted(problem);
     std::string reply;
     if (!rfid.GetLERFIDData(reply, index))
-        return kRfidStopJob;
+        return RfidJobNotPrinted(reply == kRfidErrorReply ? kRfidRefused : kRfidNoAnswer);
     size_t written = fwrite(reply.data(), 1, reply.size(), stdout);
     LOGFMTD("RFID write size: %d", static_cast<int>(written));
-    return written > 0 ? kRfidDataSent : kRfidStopJob;
+    return written > 0 ? kRfidDataSent : RfidJobNotPrinted(kRfidNoData);
 }
 
 int FilterMain(int argc, char* argv[])

@@ -442,7 +442,8 @@ TEST_F(JobLoop, RfidJobWithoutItsServiceEndsAfterDiscardingThePage)
 {
     FilterResult r = RunFilter(FilterArgs("", "RFID_tag01"), LoggingPpd(), RasterBytes({SmallPage(), SmallPage()}));
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.err, "ERROR: RFID job not printed: the RFID service's message queue is missing (is the service "
+                     "running?)\n");
     EXPECT_EQ(r.out, "");
     std::vector<std::string> messages = LoopMessages();
     EXPECT_EQ(Count(messages, "LERFIDJobTask - RFID_tag01, 42"), 1u);

@@ -339,7 +339,7 @@ TEST_F(RfidJob, TwoPageJobWhoseSecondFetchFailsPrintsTheFirstPageAsItsLast)
     StartService({"", "ok", "ok", 1});
     FilterResult r = Run("RFID_tag01", "42", 2);
     EXPECT_EQ(r.status, 0);
-    EXPECT_EQ(r.err, "Finish print operation.");
+    EXPECT_EQ(r.err, "Finish print operation.\nERROR: RFID job not printed: the RFID service refused the request\n");
     EXPECT_EQ(r.out, kTag01Index0 + plain.out);
 }
 
@@ -350,7 +350,8 @@ TEST_F(RfidJob, WithoutTheQueueThePageIsDiscardedAndNothingIsPrinted)
     FilterResult r = Run("RFID_tag01", "42", 2);
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.err, "ERROR: RFID job not printed: the RFID service's message queue is missing (is the service "
+                     "running?)\n");
 }
 
 TEST_F(RfidJob, WithoutTheQueueTheJobInformationFileIsUntouched)
@@ -390,7 +391,7 @@ TEST_F(RfidJob, ErrorReplyDiscardsThePageAndPrintsNothing)
     FilterResult r = Run("RFID_tag01", "42");
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "");
-    EXPECT_EQ(r.err, "");
+    EXPECT_EQ(r.err, "ERROR: RFID job not printed: the RFID service refused the request\n");
 }
 
 TEST_F(RfidJob, ErrorReplyStillUsesUpTheIndex)
@@ -409,6 +410,7 @@ TEST_F(RfidJob, SilentServiceIsAskedTenTimesThenThePageIsDiscarded)
     FilterResult r = Run("RFID_tag01", "42", 1, true);
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "ERROR: RFID job not printed: the RFID service did not answer\n");
     std::vector<std::string> expected{"message handle value: " + std::to_string(queue), "SendMsg: GET/RFID_tag01/0/"};
     for (int left = kReplyAttempts; left > 0; --left)
         expected.push_back("msgrcv(" + std::to_string(left) + ") failed, error: " + std::to_string(kNoMessageError));
@@ -421,6 +423,7 @@ TEST_F(RfidJob, EmptyJobInformationFileDiscardsTheJobAndStaysEmpty)
     StartService();
     FilterResult r = Run("RFID_tag01", "42");
     EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "ERROR: RFID job not printed: the job information file /tmp/TASK_INFO.lock holds no job record\n");
     EXPECT_EQ(m_service->Requests(), std::vector<std::string>{});
     EXPECT_EQ(ReadFile(kJobInfoPath), "");
 }
@@ -483,6 +486,8 @@ TEST_F(RfidJob, LockHeldPastFiveSecondsDiscardsTheJobWithReadTimeout)
     holder.Release();
     EXPECT_EQ(r.status, 0);
     EXPECT_EQ(r.out, "");
+    EXPECT_EQ(r.err, "ERROR: RFID job not printed: the job information file /tmp/TASK_INFO.lock stayed locked by "
+                     "another job\n");
     LogLine timeout = FindLogLine("read-timeout failed");
     EXPECT_EQ(timeout.file, "rastokivepl.cpp");
     EXPECT_EQ(timeout.line, SourceLine(kLoopSource, "\"read-timeout failed\""));

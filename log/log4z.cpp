@@ -348,7 +348,7 @@ bool LogerManager::reopenLogger(LoggerInfo &info, int64_t time) {
     std::string dir = logDirectory(info.strPath, info.bMonthDir, day);
     makeDirectories(dir);
     std::string path = dir + info.strName + ".log";
-    if (!info.fileHandle.open(path.c_str(), "ab")) {
+    if (!info.fileHandle.openOwnForAppend(path.c_str())) {
         fprintf(stderr, "log4z: can not open log file %s. \r\n", path.c_str());
         info.bOutFile = false;
         return false;

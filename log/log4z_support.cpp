@@ -10,10 +10,15 @@
 #include <cerrno>
 #include <cstring>
 
+#include "SafeFile.h"
+
 namespace {
 
 // Poll period of a semaphore wait with a time-out, in milliseconds.
 constexpr int kSemPollMs = 50;
+// Log files are created as fopen creates them: readable and writable by all,
+// less the process mask.
+constexpr mode_t kLogFileMode = 0666;
 constexpr long kNanosPerMilli = 1000000L;
 constexpr long long kMillisPerSecond = 1000;
 constexpr long long kMicrosPerMilli = 1000;
@@ -174,6 +179,12 @@ bool Log4zFileHandler::open(const char *path, const char *mode) {
         return false;
     }
     m_file = fopen(path, mode);
+    return m_file != nullptr;
+}
+
+bool Log4zFileHandler::openOwnForAppend(const char *path) {
+    close();
+    m_file = kvfile::openOwnStream(path, O_WRONLY | O_CREAT | O_APPEND, kLogFileMode, "ab");
     return m_file != nullptr;
 }
 

@@ -90,6 +90,12 @@ public:
 
     // Opens path with an fopen mode, closing any file held before; true on success.
     bool open(const char *path, const char *mode);
+    // Opens path for appending as fopen mode "ab" does (creating it with mode
+    // 0666 less the process mask), closing any file held before; true on
+    // success. A log file is written where others may create names, so a
+    // symbolic link, a file of another user, anything but a regular file and
+    // a file with more than one hard link are refused and left unchanged.
+    bool openOwnForAppend(const char *path);
     bool isOpen() const { return m_file != nullptr; }
     // Closes with fflush, fsync, posix_fadvise(DONTNEED), fsync, fclose.
     void close();

@@ -1,14 +1,18 @@
 // Debug dumps of a page buffer as a Windows BMP file, so a developer can
 // look at what the page pipeline received and what it produced.
+#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "EPLRender.h"
+#include "SafeFile.h"
+#include "log4z.h"
 
 namespace {
 
@@ -19,6 +23,8 @@ constexpr uint32_t kColourEntrySize = 4;
 // 96 dots per inch, as pixels per metre.
 constexpr int32_t kPixelsPerMetre = 3780;
 constexpr mode_t kDumpUmask = 022;
+// Created as fopen creates files, less the mask above: readable by all.
+constexpr mode_t kDumpFileMode = 0666;
 constexpr int kGreyLevels = 256;
 
 struct FileCloser {
@@ -90,14 +96,30 @@ std::vector<unsigned char> InfoHeader(tagBITMAPINFOHEADER base, int width, int h
     return out;
 }
 
+// Replaces whatever is at `path` with a new, empty file of ours. The dumps
+// live where anyone may create names, so the file is only made new (never a
+// link followed, never an existing file written into); when something we may
+// not remove is in the way the dump is skipped, with a log line saying why.
+FILE* CreateFreshDump(const char* path)
+{
+    if (path == nullptr)
+        return nullptr;
+    remove(path);
+    kvfile::Refusal refusal = kvfile::Refusal::None;
+    FILE* file = kvfile::openOwnStream(path, O_WRONLY | O_CREAT | O_EXCL, kDumpFileMode, "wb", &refusal);
+    const std::string why = kvfile::describeRefusal(path, refusal);
+    if (!why.empty())
+        LOGFMTD("Debug bitmap skipped: %s", why.c_str());
+    return file;
+}
+
 }  // namespace
 
 void CEPLRender::LogData2BmpFile(const char* path, unsigned char* data, unsigned int size, int width, int height,
                                  int bitsPerPixel)
 {
     UmaskScope mask(kDumpUmask);
-    remove(path);
-    FileHandle file(fopen(path, "wb"));
+    FileHandle file(CreateFreshDump(path));
     if (!file)
         return;
     const uint64_t stride = static_cast<uint64_t>(std::max<int64_t>(BmpRowStride(bitsPerPixel, width), 0));

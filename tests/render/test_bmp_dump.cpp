@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "EPLRender.h"
+#include "LogCapture.h"
 #include "PpdWriter.h"
 
 using namespace kvtest;
@@ -132,4 +133,16 @@ TEST_F(BmpDump, FileIsCreatedReadableByAll)
     struct stat st;
     ASSERT_EQ(stat(m_dir.File("dump.bmp").c_str(), &st), 0);
     EXPECT_EQ(st.st_mode & 0777, 0644u);
+}
+
+TEST_F(BmpDump, DumpSkippedForSomethingInTheWayLogsWhy)
+{
+    // A folder that is not empty cannot be removed to make way for the dump.
+    std::string path = m_dir.File("dump.bmp");
+    ASSERT_EQ(mkdir(path.c_str(), 0755), 0);
+    WriteFile(path + "/inside", "kept");
+    LogCapture::Instance().Mark();
+    Dump(std::vector<unsigned char>(4, 0), 4, 1, 8);
+    EXPECT_EQ(LogCapture::Instance().MessagesSince(),
+              std::vector<std::string>{"Debug bitmap skipped: " + path + " is not a regular file"});
 }

@@ -8,6 +8,10 @@
 #include "LogCapture.h"
 #include "RasterWriter.h"
 
+// The job records are packed: a member that may sit at an unaligned address
+// is copied into a local before EXPECT_EQ, which binds its arguments to
+// references.
+
 using namespace kvtest;
 
 namespace {
@@ -99,9 +103,11 @@ TEST(OemPdev, BitmapHeaderAndPhysicalSizeComeFromTheHeader)
     EXPECT_EQ(pdev.srcGdiInfo.ulVertRes, 1218u);
     EXPECT_EQ(pdev.srcGdiInfo.ulHorzRes, 0u);
     EXPECT_EQ(pdev.sCurCopies, 3);
-    EXPECT_EQ(pdev.dwPagePrinted, 0u);
+    const auto dwPagePrinted = pdev.dwPagePrinted;
+    EXPECT_EQ(dwPagePrinted, 0u);
     EXPECT_EQ(pdev.dwCurPageNum, 0u);
-    EXPECT_EQ(pdev.nMirrorRefWidth, 0);
+    const auto nMirrorRefWidth = pdev.nMirrorRefWidth;
+    EXPECT_EQ(nMirrorRefWidth, 0);
 }
 
 TEST(OemPdev, InitClearsTheBufferPointerWithoutFreeingIt)

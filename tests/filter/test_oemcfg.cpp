@@ -10,6 +10,10 @@
 #include "PpdWriter.h"
 #include "RasterWriter.h"
 
+// The job records are packed: a member that may sit at an unaligned address
+// is copied into a local before EXPECT_EQ, which binds its arguments to
+// references.
+
 using namespace kvtest;
 
 namespace {
@@ -294,7 +298,8 @@ TEST_F(OemCfgTest, MissingLevelsLeavesZero)
 TEST_F(OemCfgTest, SavePaperWritesSavePaperButLogsThePrintModeText)
 {
     tagOEMCFG cfg = Build(LabelPpd(WithCodes({{"SavePaper", "1"}, {"PrintMode", "0"}})));
-    EXPECT_EQ(cfg.sSavePaper, 1);
+    const auto sSavePaper = cfg.sSavePaper;
+    EXPECT_EQ(sSavePaper, 1);
     EXPECT_EQ(cfg.sPaperMode, 0);
     std::vector<std::string> lines = Logged();
     EXPECT_EQ(std::count(lines.begin(), lines.end(), "Init sPaperMode: 1"), 1);
@@ -304,10 +309,14 @@ TEST_F(OemCfgTest, SavePaperWritesSavePaperButLogsThePrintModeText)
 TEST_F(OemCfgTest, LastFourOptionsAreZeroAndLoggedWhenMissing)
 {
     tagOEMCFG cfg = Build(LabelPpd(WithoutOptions({"FixedHeight", "AutoRotate", "StartOffsetValue", "EndOffsetValue"})));
-    EXPECT_EQ(cfg.sFixedHeight, 0);
-    EXPECT_EQ(cfg.sAutoRotate90, 0);
-    EXPECT_EQ(cfg.dwStartOffsetValue, 0);
-    EXPECT_EQ(cfg.dwEndOffsetValue, 0);
+    const auto sFixedHeight = cfg.sFixedHeight;
+    EXPECT_EQ(sFixedHeight, 0);
+    const auto sAutoRotate90 = cfg.sAutoRotate90;
+    EXPECT_EQ(sAutoRotate90, 0);
+    const auto dwStartOffsetValue = cfg.dwStartOffsetValue;
+    EXPECT_EQ(dwStartOffsetValue, 0);
+    const auto dwEndOffsetValue = cfg.dwEndOffsetValue;
+    EXPECT_EQ(dwEndOffsetValue, 0);
     std::vector<std::string> lines = Logged();
     EXPECT_TRUE(Contains(lines, "Init sFixedHeight: 0"));
     EXPECT_TRUE(Contains(lines, "Init sAutoRotate90: 0"));
@@ -321,21 +330,26 @@ TEST_F(OemCfgTest, OutputResolutionComesFromThePpdKeywordNotTheRasterHeader)
     tagOEMCFG cfg;
     cups_page_header2_t header = RgbHeader(100, 100, 203);
     InitalizeOemCfg(&cfg, ppd.get(), &header);
-    EXPECT_EQ(cfg.sOutputXDPI, 300);
-    EXPECT_EQ(cfg.sOutputYDPI, 300);
+    const auto sOutputXDPI = cfg.sOutputXDPI;
+    EXPECT_EQ(sOutputXDPI, 300);
+    const auto sOutputYDPI = cfg.sOutputYDPI;
+    EXPECT_EQ(sOutputYDPI, 300);
 }
 
 TEST_F(OemCfgTest, UnquotedOutputDpiIsReadToo)
 {
     tagOEMCFG cfg = Build(LabelPpd(WithoutOptions({"OutputDPI"})).Keyword("OutputDPI", "203", false));
-    EXPECT_EQ(cfg.sOutputXDPI, 203);
+    const auto sOutputXDPI = cfg.sOutputXDPI;
+    EXPECT_EQ(sOutputXDPI, 203);
 }
 
 TEST_F(OemCfgTest, MissingOutputDpiGivesResolutionZero)
 {
     tagOEMCFG cfg = Build(LabelPpd(WithoutOptions({"OutputDPI"})));
-    EXPECT_EQ(cfg.sOutputXDPI, 0);
-    EXPECT_EQ(cfg.sOutputYDPI, 0);
+    const auto sOutputXDPI = cfg.sOutputXDPI;
+    EXPECT_EQ(sOutputXDPI, 0);
+    const auto sOutputYDPI = cfg.sOutputYDPI;
+    EXPECT_EQ(sOutputYDPI, 0);
     EXPECT_TRUE(Contains(Logged(), "Init sOutputXDPI: 0, sOutputYDPI: 0"));
 }
 
@@ -391,11 +405,15 @@ TEST_F(OemCfgTest, UnnamedRegionsAndRendererMembersStartZero)
     EXPECT_EQ(memcmp(cfg.byReserved2, zero.byReserved2, sizeof(cfg.byReserved2)), 0);
     EXPECT_EQ(cfg.sOrientation, 0);
     EXPECT_EQ(cfg.sBackFeedDistance, 0);
-    EXPECT_EQ(cfg.dwLabelWidth, 0);
-    EXPECT_EQ(cfg.dwLabelLength, 0);
-    EXPECT_EQ(cfg.nPageNum, 0);
+    const auto dwLabelWidth = cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 0);
+    const auto dwLabelLength = cfg.dwLabelLength;
+    EXPECT_EQ(dwLabelLength, 0);
+    const auto nPageNum = cfg.nPageNum;
+    EXPECT_EQ(nPageNum, 0);
     EXPECT_EQ(cfg.sCopies, 0);
-    EXPECT_EQ(cfg.dwPrintedLabels, 0u);
+    const auto dwPrintedLabels = cfg.dwPrintedLabels;
+    EXPECT_EQ(dwPrintedLabels, 0u);
     EXPECT_EQ(cfg.bCornerDot, 0);
 }
 

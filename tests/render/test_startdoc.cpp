@@ -9,6 +9,10 @@
 #include "LBPTREmulation.h"
 #include "StdoutCapture.h"
 
+// The job records are packed: a member that may sit at an unaligned address
+// is copied into a local before EXPECT_EQ, which binds its arguments to
+// references.
+
 using namespace kvtest;
 
 namespace {
@@ -70,7 +74,8 @@ TEST(StartDoc, UprightWidthIsRoundedUpToEightDots)
     // 203 x 1662 / 300 = 1124 dots, rounded up to 1128.
     Job job(1662, 1015, 300, 203);
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelWidth, 1411);  // 1128 / 203 x 254 + 0.5
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 1411);  // 1128 / 203 x 254 + 0.5
 }
 
 TEST(StartDoc, WidthAboveTheMaximumBecomesTheMaximumRoundedUp)
@@ -79,7 +84,8 @@ TEST(StartDoc, WidthAboveTheMaximumBecomesTheMaximumRoundedUp)
     Job job(1662, 1015, 300, 203);
     job.cfg.sMaxOutputWidth = 104;
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelWidth, 1041);  // 832 / 203 x 254 + 0.5
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 1041);  // 832 / 203 x 254 + 0.5
 }
 
 TEST(StartDoc, LabelLengthIncludesOneExtraDot)
@@ -87,7 +93,8 @@ TEST(StartDoc, LabelLengthIncludesOneExtraDot)
     // 203 x 1015 / 300 = 686 dots; (686 + 1) / 203 x 254 + 0.5 = 860.
     Job job(1662, 1015, 300, 203);
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelLength, 860);
+    const auto dwLabelLength = job.cfg.dwLabelLength;
+    EXPECT_EQ(dwLabelLength, 860);
 }
 
 TEST(StartDoc, LandscapeWithoutRotateFlagIsTreatedAsTurned)
@@ -95,8 +102,10 @@ TEST(StartDoc, LandscapeWithoutRotateFlagIsTreatedAsTurned)
     Job job(1015, 1662, 300, 203);
     job.devMode.dmOrientation = 2;
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelWidth, 1411);  // width from the page height
-    EXPECT_EQ(job.cfg.dwLabelLength, 860);  // length from the page width
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 1411);  // width from the page height
+    const auto dwLabelLength = job.cfg.dwLabelLength;
+    EXPECT_EQ(dwLabelLength, 860);  // length from the page width
 }
 
 TEST(StartDoc, LandscapeWithRotateFlagOneIsUpright)
@@ -105,8 +114,10 @@ TEST(StartDoc, LandscapeWithRotateFlagOneIsUpright)
     job.devMode.dmOrientation = 2;
     job.cfg.sRotate90 = 1;
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelWidth, 1411);
-    EXPECT_EQ(job.cfg.dwLabelLength, 860);
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 1411);
+    const auto dwLabelLength = job.cfg.dwLabelLength;
+    EXPECT_EQ(dwLabelLength, 860);
 }
 
 TEST(StartDoc, OrientationZeroIsAlwaysTreatedAsTurned)
@@ -114,7 +125,8 @@ TEST(StartDoc, OrientationZeroIsAlwaysTreatedAsTurned)
     Job job(1015, 1662, 300, 203);
     job.devMode.dmOrientation = 0;
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelWidth, 1411);
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 1411);
 }
 
 TEST(StartDoc, PortraitWithRotateFlagIsTurned)
@@ -122,7 +134,8 @@ TEST(StartDoc, PortraitWithRotateFlagIsTurned)
     Job job(1015, 1662, 300, 203);
     job.cfg.sRotate90 = 1;
     job.StartDoc();
-    EXPECT_EQ(job.cfg.dwLabelWidth, 1411);
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 1411);
 }
 
 TEST(StartDoc, WritesOrientationCopyAndClearsBackFeed)
@@ -141,8 +154,10 @@ TEST(StartDoc, SendsTheEmulationBlockOnceAndReturnsOne)
     auto [result, out] = job.StartDoc();
     EXPECT_EQ(result, 1);
     // 640 dots wide (80 mm), 399 + 1 dots long (50 mm), 3 mm gap.
-    EXPECT_EQ(job.cfg.dwLabelWidth, 801);
-    EXPECT_EQ(job.cfg.dwLabelLength, 500);
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 801);
+    const auto dwLabelLength = job.cfg.dwLabelLength;
+    EXPECT_EQ(dwLabelLength, 500);
     EXPECT_EQ(out, EmulationBlock(job.cfg));
     EXPECT_EQ(out, "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq640\r\nQ400,24\r\n");
 }
@@ -161,7 +176,8 @@ TEST(StartDoc, NullConfigurationWritesNothingAndReturnsZero)
     auto [result, out] = job.StartDoc(false);
     EXPECT_EQ(result, 0);
     EXPECT_EQ(out, "");
-    EXPECT_EQ(job.cfg.dwLabelWidth, 0);
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 0);
 }
 
 TEST(StartDoc, ZeroRasterResolutionDoesNotCrash)
@@ -169,7 +185,8 @@ TEST(StartDoc, ZeroRasterResolutionDoesNotCrash)
     Job job(640, 400, 0, 203);
     auto [result, out] = job.StartDoc();
     EXPECT_EQ(result, 1);
-    EXPECT_EQ(job.cfg.dwLabelWidth, 0);
+    const auto dwLabelWidth = job.cfg.dwLabelWidth;
+    EXPECT_EQ(dwLabelWidth, 0);
 }
 
 TEST(SendCommand, WritesTheBytesAndReturnsOne)

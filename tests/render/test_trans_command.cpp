@@ -12,6 +12,10 @@
 #include "PpdWriter.h"
 #include "StdoutCapture.h"
 
+// The job records are packed: a member that may sit at an unaligned address
+// is copied into a local before EXPECT_EQ, which binds its arguments to
+// references.
+
 using namespace kvtest;
 
 namespace {
@@ -87,7 +91,8 @@ TEST(TransCommand, EqualResolutionsLeaveThePageBufferUntouched)
     unsigned char* before = job.pdev.pBufStart;
     std::vector<unsigned char> copy(before, before + job.pdev.dwBufSize);
     job.Render();
-    EXPECT_EQ(job.pdev.pBufStart, before);
+    const auto pBufStart = job.pdev.pBufStart;
+    EXPECT_EQ(pBufStart, before);
     EXPECT_EQ(std::vector<unsigned char>(job.pdev.pBufStart, job.pdev.pBufStart + job.pdev.dwBufSize), copy);
 }
 
@@ -98,8 +103,10 @@ TEST(TransCommand, HalvedPageIsShrunkIntoANewHeldBuffer)
     std::vector<unsigned char> source(job.pdev.pBufStart, job.pdev.pBufStart + job.pdev.dwBufSize);
     job.Render();
     // 10 x 5 pixels at 24 bits: rows of 32 bytes.
-    EXPECT_EQ(job.pdev.dwBufSize, 160u);
-    EXPECT_EQ(job.pdev.bmInfoHeader.biSizeImage, 160u);
+    const auto dwBufSize = job.pdev.dwBufSize;
+    EXPECT_EQ(dwBufSize, 160u);
+    const auto biSizeImage = job.pdev.bmInfoHeader.biSizeImage;
+    EXPECT_EQ(biSizeImage, 160u);
     CBmpProcessing bmp;
     std::vector<unsigned char> expected(160, 0);
     unsigned char* out = expected.data();
@@ -117,7 +124,8 @@ TEST(TransCommand, HalfAcrossAndOneAndAHalfAlongIsResampledNotShrunk)
     std::vector<unsigned char> source(job.pdev.pBufStart, job.pdev.pBufStart + job.pdev.dwBufSize);
     job.Render();
     // 10 x 15 pixels: trunc(10 x 203 / 135) = 15 rows of 32 bytes.
-    ASSERT_EQ(job.pdev.dwBufSize, 480u);
+    const auto dwBufSize = job.pdev.dwBufSize;
+    ASSERT_EQ(dwBufSize, 480u);
     CBmpProcessing bmp;
     std::vector<unsigned char> resampled(480, 0);
     std::vector<unsigned char> shrunk(480, 0);
@@ -134,8 +142,10 @@ TEST(TransCommand, PageHeaderWidthAndHeightArePutBackAfterScaling)
 {
     PageJob job(20, 10, 406, 203, 0);
     job.Render();
-    EXPECT_EQ(job.pdev.bmInfoHeader.biWidth, 20);
-    EXPECT_EQ(job.pdev.bmInfoHeader.biHeight, 10);
+    const auto biWidth = job.pdev.bmInfoHeader.biWidth;
+    EXPECT_EQ(biWidth, 20);
+    const auto biHeight = job.pdev.bmInfoHeader.biHeight;
+    EXPECT_EQ(biHeight, 10);
 }
 
 TEST(TransCommand, AllWhitePageInPrintModeOneIsEmptyAndStillTrue)
@@ -152,8 +162,10 @@ TEST(TransCommand, EmptyPageStillPutsTheHeaderSizeBack)
     PageJob job(20, 10, 406, 203, 255);
     job.cfg.sPaperMode = 1;
     job.Render();
-    EXPECT_EQ(job.pdev.bmInfoHeader.biWidth, 20);
-    EXPECT_EQ(job.pdev.bmInfoHeader.biHeight, 10);
+    const auto biWidth = job.pdev.bmInfoHeader.biWidth;
+    EXPECT_EQ(biWidth, 20);
+    const auto biHeight = job.pdev.bmInfoHeader.biHeight;
+    EXPECT_EQ(biHeight, 10);
 }
 
 TEST(TransCommand, TypicalCroppedPageIsOneGraphicBlockAndItsCopies)
@@ -186,10 +198,13 @@ TEST(TransCommand, PageNumberAndCopiesReachTheConfiguration)
     job.pdev.dwCurPageNum = 3;
     job.pdev.sCurCopies = 4;
     job.Render();
-    EXPECT_EQ(job.cfg.sPageNum, 3);
-    EXPECT_EQ(job.cfg.nPageNum, 3);
+    const auto sPageNum = job.cfg.sPageNum;
+    EXPECT_EQ(sPageNum, 3);
+    const auto nPageNum = job.cfg.nPageNum;
+    EXPECT_EQ(nPageNum, 3);
     EXPECT_EQ(job.cfg.sCopies, 4);
-    EXPECT_EQ(job.cfg.dwPrintedLabels, 4u);
+    const auto dwPrintedLabels = job.cfg.dwPrintedLabels;
+    EXPECT_EQ(dwPrintedLabels, 4u);
 }
 
 TEST(TransCommand, PageWiderThanThePrintableWidthIsFittedWhenSavingPaper)

@@ -21,6 +21,10 @@
 #include "PpdGenerator.h"
 #include "PpdWriter.h"
 
+// The job records are packed: a member that may sit at an unaligned address
+// is copied into a local before EXPECT_EQ, which binds its arguments to
+// references.
+
 namespace {
 
 const std::string kPpdDir = KV_PPD_DIR;
@@ -165,8 +169,10 @@ TEST(ShippedPpd, OutputDpiEqualsTheResolution)
         Ppd ppd(path);
         ASSERT_NE(ppd.get(), nullptr);
         tagOEMCFG cfg = Configuration(ppd.get(), path);
-        EXPECT_EQ(cfg.sOutputXDPI, model.dpi);
-        EXPECT_EQ(cfg.sOutputYDPI, model.dpi);
+        const auto sOutputXDPI = cfg.sOutputXDPI;
+        EXPECT_EQ(sOutputXDPI, model.dpi);
+        const auto sOutputYDPI = cfg.sOutputYDPI;
+        EXPECT_EQ(sOutputYDPI, model.dpi);
     }
 }
 
@@ -295,7 +301,8 @@ TEST(ShippedPpd, PrintableWidthDefaultsToTheFullHead)
         const std::string path = PathOf(model);
         Ppd ppd(path);
         ASSERT_NE(ppd.get(), nullptr);
-        EXPECT_EQ(Configuration(ppd.get(), path).sMaxOutputWidth, model.headInches == 2 ? 51 : 104);
+        const auto sMaxOutputWidth = Configuration(ppd.get(), path).sMaxOutputWidth;
+        EXPECT_EQ(sMaxOutputWidth, model.headInches == 2 ? 51 : 104);
     }
 }
 

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <thread>
 
+#include "SafeFile.h"
 #include "log4z.h"
 
 namespace {
@@ -61,8 +62,10 @@ void parseKey(const std::string& line, const char* key, const char* errorText, i
 FileLock::FileLock()
     : m_nFd(-1), m_bLocked(false), m_strPath(std::string(kDirectory) + kFileName)
 {
-    m_nFd = ::open(m_strPath.c_str(), O_RDWR | O_CREAT, kFileMode);
+    kvfile::OwnFile file = kvfile::openOwnFile(m_strPath.c_str(), O_RDWR | O_CREAT, kFileMode);
+    m_nFd = file.fd.release();
     if (m_nFd < 0) {
+        m_strUnsafeReason = kvfile::describeRefusal(m_strPath, file.refusal);
         LOGFMTD("FileLock CreateFile Fail");
     }
 }

@@ -23,7 +23,10 @@ public:
     static constexpr std::size_t kMaxReadBytes = 255;
 
     // Opens or creates the file read-write; on failure logs
-    // "FileLock CreateFile Fail" and the object stays unopened.
+    // "FileLock CreateFile Fail" and the object stays unopened. The file sits
+    // where any user may create names, so it is never opened through a
+    // symbolic link and is refused, unchanged, when it is not a regular file
+    // of the effective user with a single hard link (see unsafeReason).
     FileLock();
     // Releases a held lock and closes the file.
     ~FileLock();
@@ -66,6 +69,10 @@ public:
     bool isOpen() const { return m_nFd >= 0; }
     // True while this process holds the lock through this object.
     bool isLocked() const { return m_bLocked; }
+    // Why the file was refused as unsafe to use, e.g. "/tmp/TASK_INFO.lock is
+    // a symbolic link" or "... belongs to another user"; empty when the file
+    // was opened, or could not be for an ordinary reason (a missing folder).
+    const std::string& unsafeReason() const { return m_strUnsafeReason; }
 
 private:
     enum class LockResult { Locked, TimedOut, SeekFailed };
@@ -81,4 +88,5 @@ private:
     int32_t m_nFd;
     bool m_bLocked;
     std::string m_strPath;
+    std::string m_strUnsafeReason;
 };

@@ -17,6 +17,8 @@
 
 #include "FileLock.h"
 #include "LogCapture.h"
+#include "PlantedFiles.h"
+#include "SyscallFault.h"
 
 namespace {
 
@@ -539,25 +541,24 @@ TEST_F(JobInfoFile, LockErrorOtherThanContentionLogsTryLockFailed)
 
 TEST_F(JobInfoFile, SeekFailureEndsTheWriteWithoutTimeOutLine)
 {
-    ASSERT_EQ(0, mkfifo(kPath, 0600));
     FileLock file;
+    SyscallFault seek(SyscallFault::Call::Lseek, kPath, ESPIPE);
     EXPECT_FALSE(file.writeJobInfoTimeout(5, 1, kFilterTimeoutSeconds));
     EXPECT_EQ(Lines{"lseek failed"}, logged());
 }
 
 TEST_F(JobInfoFile, SeekFailureInWriteStillReleasesTheLock)
 {
-    ASSERT_EQ(0, mkfifo(kPath, 0600));
     FileLock file;
+    SyscallFault seek(SyscallFault::Call::Lseek, kPath, ESPIPE);
     file.writeJobInfoTimeout(5, 1, kFilterTimeoutSeconds);
     EXPECT_FALSE(file.isLocked());
 }
 
 TEST_F(JobInfoFile, TruncateFailureLogsFtruncateFailed)
 {
-    // The null device accepts the lock and the seek but cannot be truncated.
-    ASSERT_EQ(0, symlink("/dev/null", kPath));
     FileLock file;
+    SyscallFault failure(SyscallFault::Call::Ftruncate, kPath, EINVAL);
     EXPECT_FALSE(file.writeJobInfoTimeout(5, 1, kFilterTimeoutSeconds));
     EXPECT_EQ(Lines{"ftruncate failed"}, logged());
 }
@@ -613,8 +614,8 @@ TEST_F(JobInfoFile, ContentionIsRetriedWithoutLogging)
 
 TEST_F(JobInfoFile, SeekFailureAfterLockingLogsLseekFailed)
 {
-    ASSERT_EQ(0, mkfifo(kPath, 0600));
     FileLock file;
+    SyscallFault seek(SyscallFault::Call::Lseek, kPath, ESPIPE);
     EXPECT_FALSE(file.lockTimeout(0));
     EXPECT_EQ(Lines{"lseek failed"}, logged());
 }
@@ -663,6 +664,138 @@ TEST_F(JobInfoFile, ReadAfterCloseFailsWithLseekFailed)
     EXPECT_FALSE(file.readAll(text));
     EXPECT_EQ("kept", text);
     EXPECT_EQ(Lines{"lseek failed"}, logged());
+}
+
+// ---- files planted at the path ----
+
+// Anyone may create names in /tmp; these tests put links and files there
+// before the job information file is opened. Links point at files of ours
+// outside /tmp (hard links at a folder on the same file system).
+class PlantedJobInfoFile : public JobInfoFile {
+protected:
+    static constexpr char kOwnContent[] = "JOB_ID = 7\nJOB_IDX = 2\n";
+
+    std::string ownFileOutside() const { return kvtest::MakeFile(outside.File("own.lock"), kOwnContent, 0644); }
+    // A file of ours that nobody may hard-link too (the system lets a user
+    // link only files it owns or may read and write).
+    std::string linkableFile() const { return kvtest::MakeFile(linkable.File("own.lock"), kOwnContent, 0666); }
+
+    kvtest::OpenFolder outside{kvtest::kOutsideTmp};
+    kvtest::OpenFolder linkable{kvtest::HardLinkableBase()};
+};
+
+TEST_F(PlantedJobInfoFile, LinkedFileIsNotOpened)
+{
+    ASSERT_EQ(0, symlink(ownFileOutside().c_str(), kPath));
+    FileLock file;
+    EXPECT_FALSE(file.isOpen());
+}
+
+TEST_F(PlantedJobInfoFile, LinkedFileIsReportedAsASymbolicLink)
+{
+    ASSERT_EQ(0, symlink(ownFileOutside().c_str(), kPath));
+    FileLock file;
+    EXPECT_EQ("/tmp/TASK_INFO.lock is a symbolic link", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, RefusedFileLogsCreateFileFail)
+{
+    ASSERT_EQ(0, symlink(ownFileOutside().c_str(), kPath));
+    FileLock file;
+    EXPECT_EQ(Lines{"FileLock CreateFile Fail"}, logged());
+}
+
+TEST_F(PlantedJobInfoFile, FileBehindALinkIsUnchangedByAWrite)
+{
+    const std::string target = ownFileOutside();
+    const kvtest::FileSnapshot before = kvtest::Snapshot(target);
+    ASSERT_EQ(0, symlink(target.c_str(), kPath));
+    FileLock file;
+    EXPECT_FALSE(file.writeJobInfoTimeout(5, 1, 0));
+    EXPECT_EQ(before, kvtest::Snapshot(target));
+}
+
+TEST_F(PlantedJobInfoFile, DanglingLinkCreatesNothing)
+{
+    const std::string target = outside.File("never.lock");
+    ASSERT_EQ(0, symlink(target.c_str(), kPath));
+    { FileLock file; }
+    EXPECT_FALSE(kvtest::Snapshot(target).exists);
+}
+
+TEST_F(PlantedJobInfoFile, DanglingLinkIsReportedAsASymbolicLink)
+{
+    ASSERT_EQ(0, symlink(outside.File("never.lock").c_str(), kPath));
+    FileLock file;
+    EXPECT_EQ("/tmp/TASK_INFO.lock is a symbolic link", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, HardLinkedFileIsReportedAsHavingMoreThanOneLink)
+{
+    ASSERT_EQ(0, link(linkableFile().c_str(), kPath));
+    FileLock file;
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_EQ("/tmp/TASK_INFO.lock has more than one hard link", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, FileBehindAHardLinkIsUnchangedByAWrite)
+{
+    const std::string target = linkableFile();
+    ASSERT_EQ(0, link(target.c_str(), kPath));
+    FileLock file;
+    file.writeJobInfoTimeout(5, 1, 0);
+    EXPECT_EQ(kOwnContent, kvtest::Snapshot(target).content);
+}
+
+TEST_F(PlantedJobInfoFile, AnotherUsersFileIsReportedAsBelongingToAnotherUser)
+{
+    if (!kvtest::RunningAsRoot())
+        GTEST_SKIP() << "planting a file as another user needs root";
+    ASSERT_TRUE(kvtest::PlantForeignFile(kPath, kOwnContent));
+    FileLock file;
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_EQ("/tmp/TASK_INFO.lock belongs to another user", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, AnotherUsersFileIsUnchangedByAWrite)
+{
+    if (!kvtest::RunningAsRoot())
+        GTEST_SKIP() << "planting a file as another user needs root";
+    ASSERT_TRUE(kvtest::PlantForeignFile(kPath, kOwnContent));
+    const kvtest::FileSnapshot before = kvtest::Snapshot(kPath);
+    FileLock file;
+    file.writeJobInfoTimeout(5, 1, 0);
+    EXPECT_EQ(before, kvtest::Snapshot(kPath));
+}
+
+TEST_F(PlantedJobInfoFile, PipeIsReportedAsNotARegularFile)
+{
+    ASSERT_EQ(0, mkfifo(kPath, 0666));
+    FileLock file;
+    EXPECT_FALSE(file.isOpen());
+    EXPECT_EQ("/tmp/TASK_INFO.lock is not a regular file", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, FolderIsReportedAsNotARegularFile)
+{
+    ASSERT_EQ(0, mkdir(kPath, 0700));
+    FileLock file;
+    EXPECT_EQ("/tmp/TASK_INFO.lock is not a regular file", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, CreatedFileHasNoUnsafeReason)
+{
+    FileLock file;
+    ASSERT_TRUE(file.isOpen());
+    EXPECT_EQ("", file.unsafeReason());
+}
+
+TEST_F(PlantedJobInfoFile, OwnExistingFileHasNoUnsafeReason)
+{
+    writeFile(kOwnContent);
+    FileLock file;
+    ASSERT_TRUE(file.isOpen());
+    EXPECT_EQ("", file.unsafeReason());
 }
 
 }  // namespace

@@ -60,6 +60,15 @@ std::string ReadFrom(int fd)
 
 }  // namespace
 
+std::string HardLinkableBase()
+{
+    struct stat tmp;
+    struct stat outside;
+    if (stat("/tmp", &tmp) == 0 && stat(kOutsideTmp, &outside) == 0 && tmp.st_dev == outside.st_dev)
+        return kOutsideTmp;
+    return "/tmp";
+}
+
 bool RunningAsRoot()
 {
     return geteuid() == 0;

@@ -21,6 +21,11 @@ constexpr gid_t kNobodyGid = 65534;
 // A folder outside /tmp for the files that planted links point at.
 constexpr char kOutsideTmp[] = "/var/tmp";
 
+// Where a file that is hard-linked into /tmp lives: kOutsideTmp, unless /tmp
+// is a file system of its own (a test's private /tmp), which no hard link can
+// leave; then a folder in /tmp, away from the fixed paths, has to do.
+std::string HardLinkableBase();
+
 // True when the test runs as root, which acting as another user needs.
 bool RunningAsRoot();
 

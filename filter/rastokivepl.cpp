@@ -242,6 +242,13 @@ int OpenRasterSource(int argc, char* argv[])
     return kStdinFd;
 }
 
+// Closes the raster file of a job that ends early; standard input stays open.
+void CloseRasterSource(int fd)
+{
+    if (fd != kStdinFd)
+        close(fd);
+}
+
 // Installs CancelJob for SIGTERM: handler only, empty mask, no flags.
 void InstallCancelHandler()
 {
@@ -521,6 +528,7 @@ int FilterMain(int argc, char* argv[])
     cups_raster_t* ras = cupsRasterOpen(fd, CUPS_RASTER_READ);
     if (!ras) {
         PutKeptText(kRasterStreamText);
+        CloseRasterSource(fd);
         return kExitFailure;
     }
     Canceled = 0;
@@ -528,6 +536,8 @@ int FilterMain(int argc, char* argv[])
     ppd_file_t* ppd = ppdOpenFile(getenv("PPD"));
     if (!ppd) {
         ReportPpdOpenFailure();
+        cupsRasterClose(ras);
+        CloseRasterSource(fd);
         return kExitFailure;
     }
     InitializeSetting(argv[5], ppd);

@@ -1,13 +1,16 @@
 // Facts about the job loop that only show inside the filter's own process:
-// what happens to its standard input descriptor.
+// what happens to its standard input descriptor, and that a job that ends
+// early leaves no descriptor of its raster file open.
 #include <gtest/gtest.h>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
+#include <string>
 
 #include "PpdWriter.h"
 #include "RasterWriter.h"
@@ -37,7 +40,60 @@ private:
     int m_saved;
 };
 
+// Number of descriptors this process has open.
+int OpenDescriptorCount()
+{
+    int count = 0;
+    if (DIR* dir = opendir("/proc/self/fd")) {
+        while (readdir(dir))
+            ++count;
+        closedir(dir);
+    }
+    return count;
+}
+
+// Runs a seven-argument job on the raster file `raster`, with standard
+// output and error sent to /dev/null; returns the exit status.
+int RunFileJob(const std::string& raster)
+{
+    int devNull = open("/dev/null", O_WRONLY);
+    int status;
+    {
+        SwappedFd out(1, devNull);
+        SwappedFd err(2, devNull);
+        std::string file = raster;
+        char* argv[] = {const_cast<char*>("rastertokivcp"), const_cast<char*>("3"), const_cast<char*>("user"),
+                        const_cast<char*>("title"), const_cast<char*>("1"), const_cast<char*>(""), file.data(),
+                        nullptr};
+        status = FilterMain(7, argv);
+    }
+    close(devNull);
+    return status;
+}
+
 }  // namespace
+
+TEST(FilterMainInProcess, FileThatIsNoRasterStreamIsClosedAgain)
+{
+    kvtest::TempDir dir;
+    setenv("PPD", LabelPpd().WriteTo(dir.File("label.ppd")).c_str(), 1);
+    const std::string raster = dir.File("job.ras");
+    WriteFile(raster, "not a raster stream");
+    const int before = OpenDescriptorCount();
+    EXPECT_EQ(RunFileJob(raster), 1);
+    EXPECT_EQ(OpenDescriptorCount(), before);
+}
+
+TEST(FilterMainInProcess, RasterFileIsClosedWhenThePpdCannotBeOpened)
+{
+    kvtest::TempDir dir;
+    setenv("PPD", dir.File("missing.ppd").c_str(), 1);
+    const std::string raster = dir.File("job.ras");
+    WriteFile(raster, RasterBytes({SolidPage(8, 4, 203, 255, 255, 255)}));
+    const int before = OpenDescriptorCount();
+    EXPECT_EQ(RunFileJob(raster), 1);
+    EXPECT_EQ(OpenDescriptorCount(), before);
+}
 
 TEST(FilterMainInProcess, SixArgumentJobReadsStandardInputAndNeverClosesIt)
 {

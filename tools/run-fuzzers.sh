@@ -1,0 +1,33 @@
+#!/bin/sh
+# Runs each libFuzzer harness of a fuzzing build for SECONDS (default 60)
+# on a fresh copy of its seed corpus, one after the other, and fails on the
+# first finding (crash, sanitizer report, leak, time-out or memory limit).
+# The build comes first:
+#   cmake -S . -B build-fuzz -DCMAKE_CXX_COMPILER=clang++ -DKV_BUILD_FUZZERS=ON -DKV_BUILD_TESTS=OFF
+#   cmake --build build-fuzz -j2
+# Usage: tools/run-fuzzers.sh [SECONDS [HARNESS...]]; KV_FUZZ_BUILD names
+# another build folder. Each harness's log, grown corpus and any crashing
+# input stay in <build>/fuzz-runs/<harness>/. fuzz_raster_job runs the whole
+# filter, which rewrites /tmp/kvepl.log: do not run it beside the test suite.
+set -eu
+cd "$(dirname "$0")/.."
+seconds=${1:-60}
+[ $# -gt 0 ] && shift
+harnesses=${*:-fuzz_raster_job fuzz_ppd_reader fuzz_log_config fuzz_jobinfo fuzz_eplview}
+build=${KV_FUZZ_BUILD:-build-fuzz}
+
+for name in $harnesses; do
+    run="$build/fuzz-runs/$name"
+    rm -rf "$run"
+    mkdir -p "$run/corpus" "$run/findings"
+    cp tests/fuzz/corpus/"$name"/* "$run/corpus/"
+    # -timeout: no input may take this long; -rss_limit_mb: nor this much memory.
+    if ! "$build/tests/fuzz/$name" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 \
+            -print_final_stats=1 -artifact_prefix="$run/findings/" "$run/corpus" >"$run/log" 2>&1; then
+        tail -n 60 "$run/log"
+        echo "$name: FINDING (input and log in $run)" >&2
+        exit 1
+    fi
+    runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$run/log")
+    echo "$name: $runs runs in $seconds s, no finding"
+done

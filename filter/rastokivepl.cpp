@@ -430,10 +430,11 @@ const char* const kRfidNoAnswer = "the RFID service did not answer";
 const char* const kRfidNoData = "its RFID data could not be written";
 const char* const kRfidErrorReply = "MSG_ERRIR/";
 
-// Why the job information file could not be used.
-std::string UnopenedReason(const FileLock& /*file*/)
+// Why the job information file could not be used: its own reason when it
+// was refused as unsafe, else that it cannot be opened.
+std::string UnopenedReason(const FileLock& file)
 {
-    return kJobFileUnopenable;
+    return file.unsafeReason().empty() ? kJobFileUnopenable : file.unsafeReason();
 }
 
 // Reads the stored record under the lock. Returns an empty text when it was

@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "PlantedFiles.h"
+
 namespace kvtest {
 
 namespace {
@@ -45,7 +47,7 @@ std::vector<std::string> FilterArgs(const std::string& options, const std::strin
 }
 
 FilterProcess::FilterProcess(const std::vector<std::string>& args, const std::optional<std::string>& ppd,
-                             bool pipeStdin)
+                             bool pipeStdin, const std::optional<FilterUser>& user)
 {
     // A filter that ends before reading its input must not kill the test.
     signal(SIGPIPE, SIG_IGN);
@@ -71,6 +73,8 @@ FilterProcess::FilterProcess(const std::vector<std::string>& args, const std::op
             setenv("PPD", ppd->c_str(), 1);
         else
             unsetenv("PPD");
+        if (user && !BecomeUser(user->uid, user->gid))
+            _exit(127);
         std::string binary = FilterBinary();
         std::vector<char*> argv{const_cast<char*>(binary.c_str())};
         for (const std::string& arg : args)
@@ -136,9 +140,9 @@ FilterResult FilterProcess::Wait()
 }
 
 FilterResult RunFilter(const std::vector<std::string>& args, const std::optional<std::string>& ppd,
-                       const std::string& stdinData)
+                       const std::string& stdinData, const std::optional<FilterUser>& user)
 {
-    FilterProcess process(args, ppd, true);
+    FilterProcess process(args, ppd, true, user);
     std::thread feeder([&] {
         process.Write(stdinData);
         process.CloseInput();

@@ -30,12 +30,21 @@ struct FilterResult {
     long peakKb = 0;     // the filter's peak resident memory, in kilobytes
 };
 
+// An unprivileged account to run the filter as, as the spooler does.
+struct FilterUser {
+    uid_t uid;
+    gid_t gid;
+};
+
 class FilterProcess {
 public:
     // Starts the filter with `args` (argv[1..]) and PPD=`ppd` (unset when
     // nullopt). With `pipeStdin` standard input is a pipe fed by Write;
-    // otherwise it is /dev/null.
-    FilterProcess(const std::vector<std::string>& args, const std::optional<std::string>& ppd, bool pipeStdin);
+    // otherwise it is /dev/null. With `user` (root only) the filter runs as
+    // that account, without supplementary groups; the PPD must be readable
+    // by it.
+    FilterProcess(const std::vector<std::string>& args, const std::optional<std::string>& ppd, bool pipeStdin,
+                  const std::optional<FilterUser>& user = std::nullopt);
     ~FilterProcess();
     FilterProcess(const FilterProcess&) = delete;
     FilterProcess& operator=(const FilterProcess&) = delete;
@@ -56,9 +65,10 @@ private:
     int m_stdin = -1;
 };
 
-// Runs the filter to completion with `stdinData` on standard input.
+// Runs the filter to completion with `stdinData` on standard input, as
+// `user` when given.
 FilterResult RunFilter(const std::vector<std::string>& args, const std::optional<std::string>& ppd,
-                       const std::string& stdinData = "");
+                       const std::string& stdinData = "", const std::optional<FilterUser>& user = std::nullopt);
 
 // Polls `path` until it contains `text` or `timeoutMs` pass; returns
 // whether it appeared.

@@ -25,12 +25,6 @@ constexpr size_t kReadChunk = 65536;
 constexpr int kChildSucceeded = 0;
 constexpr int kChildFailed = 1;
 
-// Drops to `uid`:`gid` for good; false when the system refuses.
-bool BecomeUser(uid_t uid, gid_t gid)
-{
-    return setgroups(0, nullptr) == 0 && setgid(gid) == 0 && setuid(uid) == 0;
-}
-
 // Writes all of `data` to `fd`; false on a failed or short write.
 bool WriteAll(int fd, const std::string& data)
 {
@@ -72,6 +66,11 @@ std::string HardLinkableBase()
 bool RunningAsRoot()
 {
     return geteuid() == 0;
+}
+
+bool BecomeUser(uid_t uid, gid_t gid)
+{
+    return setgroups(0, nullptr) == 0 && setgid(gid) == 0 && setuid(uid) == 0;
 }
 
 bool RunAsUser(uid_t uid, gid_t gid, const std::function<bool()>& body)

@@ -29,6 +29,10 @@ std::string HardLinkableBase();
 // True when the test runs as root, which acting as another user needs.
 bool RunningAsRoot();
 
+// Drops the process to `uid`:`gid` for good, without supplementary groups;
+// false when the system refuses.
+bool BecomeUser(uid_t uid, gid_t gid);
+
 // Runs `body` in a forked child as `uid`:`gid` with no supplementary groups;
 // true when the child switched user and `body` returned true.
 bool RunAsUser(uid_t uid, gid_t gid, const std::function<bool()>& body);

@@ -58,6 +58,14 @@ TEST_F(BmpDump, OneBitPage203WideHasStride28AndOffset62)
     EXPECT_EQ(file.substr(54, 8), std::string("\0\0\0\0\xFF\xFF\xFF\0", 8));
 }
 
+TEST_F(BmpDump, ZeroWidthPageIsJustTheHeadersAndColourTable)
+{
+    // A page cropped to nothing: no row has a byte to copy.
+    std::string file = Dump(std::vector<unsigned char>(4, 0xFF), 0, 4, 1);
+    EXPECT_EQ(U32(file, 14 + 20), 0u);
+    EXPECT_EQ(file.size(), 62u);
+}
+
 TEST_F(BmpDump, EightBitPage640By400HasOffset1078AndSize257078)
 {
     std::string file = Dump(std::vector<unsigned char>(640 * 400, 128), 640, 400, 8);

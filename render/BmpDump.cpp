@@ -144,11 +144,13 @@ void CEPLRender::LogData2BmpFile(const char* path, unsigned char* data, unsigned
 
     // Row r of the file takes the first size / height bytes of source row r,
     // in the order given: no flipping, padding left zero. A page cropped to
-    // nothing has no bytes to copy (and its empty row buffer no address).
+    // nothing has no bytes to copy or write (and its empty row buffer no
+    // address to hand to memcpy or fwrite).
     std::vector<unsigned char> pixels(static_cast<size_t>(stride * rows), 0);
     const uint64_t sourceRow = rows ? size / rows : 0;
     const uint64_t copy = std::min(sourceRow, stride);
     for (uint64_t r = 0; data && copy > 0 && r < rows; ++r)
         memcpy(pixels.data() + r * stride, data + r * sourceRow, copy);
-    fwrite(pixels.data(), 1, pixels.size(), file.get());
+    if (!pixels.empty())
+        fwrite(pixels.data(), 1, pixels.size(), file.get());
 }

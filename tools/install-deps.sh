@@ -5,7 +5,8 @@
 # reads the debug bitmaps' headers, and libbenchmark-dev builds the
 # benchmarks. cups-daemon and cups-client give the installation tests their
 # private scheduler (cupsd) and its clients (lp, lpadmin, lpinfo, lpstat,
-# cupstestppd).
+# cupstestppd). clang and libclang-rt-dev build the fuzzers (libFuzzer and
+# the sanitizer runtimes for clang).
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
@@ -15,4 +16,5 @@ apt-get install -y -qq --no-install-recommends \
     googletest libgtest-dev \
     cups cups-filters ghostscript poppler-utils file \
     cups-daemon cups-client \
-    libbenchmark-dev >/dev/null
+    libbenchmark-dev \
+    clang libclang-rt-dev >/dev/null

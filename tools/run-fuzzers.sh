@@ -7,8 +7,7 @@
 #   cmake --build build-fuzz -j2
 # Usage: tools/run-fuzzers.sh [SECONDS [HARNESS...]]; KV_FUZZ_BUILD names
 # another build folder. Each harness's log, grown corpus and any crashing
-# input stay in <build>/fuzz-runs/<harness>/. fuzz_raster_job runs the whole
-# filter, which rewrites /tmp/kvepl.log: do not run it beside the test suite.
+# input stay in <build>/fuzz-runs/<harness>/.
 set -eu
 cd "$(dirname "$0")/.."
 seconds=${1:-60}
@@ -16,13 +15,26 @@ seconds=${1:-60}
 harnesses=${*:-fuzz_raster_job fuzz_ppd_reader fuzz_log_config fuzz_jobinfo fuzz_eplview}
 build=${KV_FUZZ_BUILD:-build-fuzz}
 
+# fuzz_raster_job runs the whole filter, which rewrites /tmp/kvepl.log on
+# every job. Where the machine allows it (root), the harnesses get an empty
+# /tmp of their own, as the job channel tests do, so that a test suite
+# running at the same time never sees those files; not when the sources or
+# the build live under /tmp, which that would hide.
+private=""
+case "$(pwd)/ $(cd "$build" && pwd)/" in
+*/tmp/*) ;;
+*) if unshare --mount sh tests/jobchannel/kv-private-tmp.sh true 2>/dev/null; then
+       private="unshare --mount sh tests/jobchannel/kv-private-tmp.sh"
+   fi ;;
+esac
+
 for name in $harnesses; do
     run="$build/fuzz-runs/$name"
     rm -rf "$run"
     mkdir -p "$run/corpus" "$run/findings"
     cp tests/fuzz/corpus/"$name"/* "$run/corpus/"
     # -timeout: no input may take this long; -rss_limit_mb: nor this much memory.
-    if ! "$build/tests/fuzz/$name" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 \
+    if ! $private "$build/tests/fuzz/$name" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 \
             -print_final_stats=1 -artifact_prefix="$run/findings/" "$run/corpus" >"$run/log" 2>&1; then
         tail -n 60 "$run/log"
         echo "$name: FINDING (input and log in $run)" >&2

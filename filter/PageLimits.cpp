@@ -9,6 +9,7 @@
 
 #include "GetPpdSelfOption.h"
 #include "PagePipeline.h"
+#include "RasterHeaderFields.h"
 
 namespace {
 
@@ -51,7 +52,7 @@ std::string LayoutProblem(const cups_page_header2_t& h)
     uint64_t chunked = LineBytes(h.cupsWidth, h.cupsBitsPerPixel);
     uint64_t perColour = LineBytes(h.cupsWidth, h.cupsBitsPerColor);
     bool fits = h.cupsBytesPerLine == chunked ||
-                (h.cupsColorOrder != CUPS_ORDER_CHUNKED && h.cupsBytesPerLine == perColour);
+                (RasterHeaderValue(h.cupsColorOrder) != CUPS_ORDER_CHUNKED && h.cupsBytesPerLine == perColour);
     if (fits)
         return "";
     return Format("cupsBytesPerLine %u does not match cupsWidth %u at %u bits per pixel", h.cupsBytesPerLine,

@@ -20,6 +20,7 @@
 #include "GetPpdSelfOption.h"
 #include "InitalizeOemCfg.h"
 #include "PageLimits.h"
+#include "RasterHeaderFields.h"
 #include "SpoolerMessages.h"
 #include "log4z.h"
 
@@ -327,20 +328,22 @@ bool UpdateLogStatus(ppd_file_t* ppd)
     return false;
 }
 
+// The enum-typed fields are read through RasterHeaderValue: a stream may
+// carry any number there.
 void StartPage(ppd_file_t* /*ppd*/, cups_page_header2_t* header, int page)
 {
     const cups_page_header2_t& h = *header;
     LOGFMTD("****************Start Page %d *****************", page);
-    LOGFMTD("Duplex = %d", static_cast<int>(h.Duplex));
+    LOGFMTD("Duplex = %d", static_cast<int>(RasterHeaderValue(h.Duplex)));
     LOGFMTD("HWResolution = [ %d %d ]", static_cast<int>(h.HWResolution[0]), static_cast<int>(h.HWResolution[1]));
     LOGFMTD("ImagingBoundingBox = [ %d %d %d %d ]", static_cast<int>(h.ImagingBoundingBox[0]),
             static_cast<int>(h.ImagingBoundingBox[1]), static_cast<int>(h.ImagingBoundingBox[2]),
             static_cast<int>(h.ImagingBoundingBox[3]));
     LOGFMTD("Margins = [ %d %d ]", static_cast<int>(h.Margins[0]), static_cast<int>(h.Margins[1]));
-    LOGFMTD("ManualFeed = %d", static_cast<int>(h.ManualFeed));
+    LOGFMTD("ManualFeed = %d", static_cast<int>(RasterHeaderValue(h.ManualFeed)));
     LOGFMTD("MediaPosition = %d", static_cast<int>(h.MediaPosition));
     LOGFMTD("NumCopies = %d", static_cast<int>(h.NumCopies));
-    LOGFMTD("Orientation = %d", static_cast<int>(h.Orientation));
+    LOGFMTD("Orientation = %d", static_cast<int>(RasterHeaderValue(h.Orientation)));
     LOGFMTD("PageSize = [ %d %d ]", static_cast<int>(h.PageSize[0]), static_cast<int>(h.PageSize[1]));
     LOGFMTD("cupsWidth = %d", static_cast<int>(h.cupsWidth));
     LOGFMTD("cupsHeight = %d", static_cast<int>(h.cupsHeight));
@@ -348,8 +351,8 @@ void StartPage(ppd_file_t* /*ppd*/, cups_page_header2_t* header, int page)
     LOGFMTD("cupsBitsPerColor = %d", static_cast<int>(h.cupsBitsPerColor));
     LOGFMTD("cupsBitsPerPixel = %d", static_cast<int>(h.cupsBitsPerPixel));
     LOGFMTD("cupsBytesPerLine = %d", static_cast<int>(h.cupsBytesPerLine));
-    LOGFMTD("cupsColorOrder = %d", static_cast<int>(h.cupsColorOrder));
-    LOGFMTD("cupsColorSpace = %d", static_cast<int>(h.cupsColorSpace));
+    LOGFMTD("cupsColorOrder = %d", static_cast<int>(RasterHeaderValue(h.cupsColorOrder)));
+    LOGFMTD("cupsColorSpace = %d", static_cast<int>(RasterHeaderValue(h.cupsColorSpace)));
     LOGFMTD("cupsCompression = %d", static_cast<int>(h.cupsCompression));
 }
 

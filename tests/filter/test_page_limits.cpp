@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <cstring>
 
 #include "PageLimits.h"
 #include "PpdWriter.h"
@@ -59,6 +60,16 @@ TEST(PageLimits, BandedRasterMayCarryOneColourPerLine)
 {
     cups_page_header2_t h = Page(100, 100, 203);
     h.cupsColorOrder = CUPS_ORDER_BANDED;
+    h.cupsBytesPerLine = 100;
+    EXPECT_EQ(PageLimitProblem(h, 203), "");
+}
+
+TEST(PageLimits, ColourOrderBeyondTheEnumIsTakenAsNotChunked)
+{
+    // Stored byte-wise: assigning 7 to the enum would itself be undefined.
+    cups_page_header2_t h = Page(100, 100, 203);
+    const unsigned seven = 7;
+    memcpy(&h.cupsColorOrder, &seven, sizeof(seven));
     h.cupsBytesPerLine = 100;
     EXPECT_EQ(PageLimitProblem(h, 203), "");
 }

@@ -211,3 +211,16 @@ TEST_F(HostileInput, LargestRasterShrunkToThePrinterIsPrinted)
     EXPECT_EQ(ReadJob(r).graphics.size(), 1u);
     EXPECT_EQ(r.err, "Finish print operation.");
 }
+
+TEST_F(HostileInput, HeaderValuesBeyondTheirEnumsStillPrint)
+{
+    RasterPage page = Label();
+    page.header.cupsColorOrder = static_cast<cups_order_t>(256);
+    page.header.Orientation = static_cast<cups_orient_t>(77);
+    page.header.Duplex = static_cast<cups_bool_t>(7);
+    page.header.Collate = static_cast<cups_bool_t>(-5);
+    FilterResult r = Run({page});
+    EXPECT_EQ(r.status, 0);
+    EXPECT_EQ(ReadJob(r).graphics.size(), 1u);
+    EXPECT_EQ(r.err, "Finish print operation.");
+}

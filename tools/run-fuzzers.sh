@@ -33,8 +33,13 @@ for name in $harnesses; do
     rm -rf "$run"
     mkdir -p "$run/corpus" "$run/findings"
     cp tests/fuzz/corpus/"$name"/* "$run/corpus/"
-    # -timeout: no input may take this long; -rss_limit_mb: nor this much memory.
-    if ! $private "$build/tests/fuzz/$name" -max_total_time="$seconds" -timeout=30 -rss_limit_mb=2048 \
+    # No input may take 30 s or 2 GB of resident memory. A single allocation
+    # may reach 4 GB: libcups takes a line buffer of the header's
+    # cupsBytesPerLine (up to 4 GB - 1) for a compressed stream before the
+    # filter sees the header, untouched memory that the page limits then
+    # refuse to fill.
+    if ! $private "$build/tests/fuzz/$name" -max_total_time="$seconds" -timeout=30 \
+            -rss_limit_mb=2048 -malloc_limit_mb=4096 \
             -print_final_stats=1 -artifact_prefix="$run/findings/" "$run/corpus" >"$run/log" 2>&1; then
         tail -n 60 "$run/log"
         echo "$name: FINDING (input and log in $run)" >&2

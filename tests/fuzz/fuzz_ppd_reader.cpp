@@ -78,6 +78,12 @@ extern "C" const char* __lsan_default_suppressions()
     return "leak:_ppdOpen\n";
 }
 
+// Without the table of suppressions used after every input's leak check.
+extern "C" const char* __lsan_default_options()
+{
+    return "print_suppressions=0";
+}
+
 // Points the PPD variable at the harness's file, as the spooler would.
 extern "C" int LLVMFuzzerInitialize(int*, char***)
 {

@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -25,7 +26,8 @@ struct Harness {
     std::string rasterPath = dir.File("job.ras");
     kvfuzz::PpdTable low;
     kvfuzz::PpdTable high;
-    FILE* quiet = nullptr;  // the spooler messages go here (/dev/null)
+    // /dev/null, where the spooler messages go.
+    std::unique_ptr<FILE, int (*)(FILE*)> quiet{nullptr, &fclose};
 };
 
 // The shared state; a static, so that its temporary folder goes at exit.
@@ -112,7 +114,7 @@ void ResetJobState()
     memset(&g_devMode, 0, sizeof(g_devMode));
     memset(&g_oemPDEV, 0, sizeof(g_oemPDEV));
     Canceled = 0;
-    SetSpoolerStream(State().quiet);
+    SetSpoolerStream(State().quiet.get());
 }
 
 // Writes the raster, points PPD at the chosen file and runs the job.
@@ -142,7 +144,7 @@ extern "C" int LLVMFuzzerInitialize(int*, char***)
     close(devNull);
     State().low = kvfuzz::ReadPpdTable(std::string(KV_PPD_DIR) + "/" + kvfuzz::kLowResolutionPpd);
     State().high = kvfuzz::ReadPpdTable(std::string(KV_PPD_DIR) + "/" + kvfuzz::kHighResolutionPpd);
-    State().quiet = fopen("/dev/null", "w");
+    State().quiet.reset(fopen("/dev/null", "w"));
     if (!State().quiet)
         abort();
     return 0;

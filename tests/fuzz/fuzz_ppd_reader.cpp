@@ -18,13 +18,7 @@
 namespace {
 
 // The options InitalizeOemCfg and the job loop read, by their PPD keywords.
-const char* const kConfigurationOptions[] = {
-    "Mirror", "Rotation", "NegativeFilm", "Density", "HorizontalOffset", "HorizontalOffsetValue",
-    "VerticalOffset", "VerticalOffsetValue", "Brightness", "Contrast", "Levels", "Halftone",
-    "PrintMethod", "MediaType", "GAPOffset", "GAPHeight", "Mode", "CutMethod", "Interval", "Feed",
-    "MaxOutputWidth", "IsToDashed", "MinLength", "IntervalBlack", "IntervalWhite", "SavePaper",
-    "PrintMode", "PrintSpeed", "FixedHeight", "AutoRotate", "StartOffsetValue", "EndOffsetValue",
-    "DriverLog"};
+const std::vector<std::string> kConfigurationOptions = kvtest::FilterOptionKeywords();
 
 // Main keywords for the line reader: the one the filter reads, one every
 // PPD has, and one that stands in an option's own lines.
@@ -46,10 +40,10 @@ Harness& State()
 void ReadOptions(ppd_file_t* ppd)
 {
     ppdMarkDefaults(ppd);
-    for (const char* keyword : kConfigurationOptions) {
-        GetOptionChoiceCode(keyword, ppd);
-        GetOptionChoiceIndex(keyword, ppd);
-        GetOptionChoiceIndexf(keyword, ppd);
+    for (const std::string& keyword : kConfigurationOptions) {
+        GetOptionChoiceCode(keyword.c_str(), ppd);
+        GetOptionChoiceIndex(keyword.c_str(), ppd);
+        GetOptionChoiceIndexf(keyword.c_str(), ppd);
     }
     cups_page_header2_t header;
     memset(&header, 0, sizeof(header));

@@ -142,6 +142,15 @@ std::map<std::string, std::string> LabelPpdCodes()
     };
 }
 
+std::vector<std::string> FilterOptionKeywords()
+{
+    std::vector<std::string> keywords;
+    for (const auto& [keyword, code] : LabelPpdCodes())
+        if (keyword != "OutputDPI")
+            keywords.push_back(keyword);
+    return keywords;
+}
+
 PpdWriter LabelPpd(const std::map<std::string, std::string>& codes)
 {
     PpdWriter ppd;

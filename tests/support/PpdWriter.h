@@ -72,6 +72,10 @@ bool FileExists(const std::string& path);
 // threshold, no log).
 std::map<std::string, std::string> LabelPpdCodes();
 
+// Every option keyword the filter's configuration reads, with "DriverLog":
+// the options of LabelPpdCodes(), without the main keyword "OutputDPI".
+std::vector<std::string> FilterOptionKeywords();
+
 // A PPD holding `codes` as one-choice options (an empty code text keeps the
 // option with an empty code; the key "OutputDPI" becomes the main keyword).
 PpdWriter LabelPpd(const std::map<std::string, std::string>& codes = LabelPpdCodes());

@@ -36,13 +36,7 @@ constexpr int kHighestCutDots = 130;
 constexpr int kPrinterDefault = 1000;
 
 // Every option keyword the filter's configuration reads, and "DriverLog".
-const std::vector<std::string> kFilterKeywords = {
-    "Mirror", "Rotation", "NegativeFilm", "Density", "HorizontalOffset", "HorizontalOffsetValue",
-    "VerticalOffset", "VerticalOffsetValue", "Brightness", "Contrast", "Levels", "Halftone",
-    "PrintMethod", "MediaType", "GAPOffset", "GAPHeight", "Mode", "CutMethod", "Interval", "Feed",
-    "MaxOutputWidth", "IsToDashed", "MinLength", "IntervalBlack", "IntervalWhite", "SavePaper",
-    "PrintMode", "PrintSpeed", "FixedHeight", "AutoRotate", "StartOffsetValue", "EndOffsetValue",
-    "DriverLog"};
+const std::vector<std::string> kFilterKeywords = kvtest::FilterOptionKeywords();
 
 // An open PPD file with its defaults marked; closed at destruction.
 class Ppd {

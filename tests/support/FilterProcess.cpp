@@ -4,11 +4,13 @@
 #include <fcntl.h>
 #include <signal.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <thread>
 
@@ -36,6 +38,28 @@ std::string FilterBinary()
     return KV_FILTER_BINARY;
 }
 
+namespace {
+
+// The filter binary as another user can run it: the build tree may lie
+// where only its owner can reach (a checkout under /root), so that user
+// gets a copy in a folder anyone may enter, made on first use and removed
+// when the test program ends.
+std::string FilterBinaryFor(const std::optional<FilterUser>& user)
+{
+    if (!user)
+        return FilterBinary();
+    static OpenFolder folder{kOutsideTmp};
+    static const std::string copy = [] {
+        std::string path = folder.File("rastertokivcp");
+        std::filesystem::copy_file(FilterBinary(), path);
+        chmod(path.c_str(), 0755);
+        return path;
+    }();
+    return copy;
+}
+
+}  // namespace
+
 std::vector<std::string> FilterArgs(const std::string& options, const std::string& title,
                                     const std::optional<std::string>& file, const std::string& jobId,
                                     const std::string& copies)
@@ -54,6 +78,7 @@ FilterProcess::FilterProcess(const std::vector<std::string>& args, const std::op
     int pipeFds[2] = {-1, -1};
     if (pipeStdin && pipe2(pipeFds, O_CLOEXEC) != 0)
         throw std::runtime_error("pipe failed");
+    const std::string binary = FilterBinaryFor(user);
     std::string outPath = m_dir.File("stdout");
     std::string errPath = m_dir.File("stderr");
     m_pid = fork();
@@ -75,7 +100,6 @@ FilterProcess::FilterProcess(const std::vector<std::string>& args, const std::op
             unsetenv("PPD");
         if (user && !BecomeUser(user->uid, user->gid))
             _exit(127);
-        std::string binary = FilterBinary();
         std::vector<char*> argv{const_cast<char*>(binary.c_str())};
         for (const std::string& arg : args)
             argv.push_back(const_cast<char*>(arg.c_str()));

@@ -85,9 +85,9 @@ struct PageGeometry {
     unsigned bitsPerPixel;
 
     static PageGeometry Of(const cups_page_header2_t& h) { return {h.cupsWidth, h.cupsHeight, h.cupsBitsPerPixel}; }
-    bool operator!=(const PageGeometry& o) const
+    bool operator==(const PageGeometry& o) const
     {
-        return width != o.width || height != o.height || bitsPerPixel != o.bitsPerPixel;
+        return width == o.width && height == o.height && bitsPerPixel == o.bitsPerPixel;
     }
 };
 
@@ -174,7 +174,7 @@ bool PageWithinLimits(const cups_page_header2_t& header, int page, int outputDpi
 void WarnOfOtherGeometry(const PageGeometry& first, const cups_page_header2_t& header, int page)
 {
     PageGeometry own = PageGeometry::Of(header);
-    if (page == 1 || !(own != first))
+    if (page == 1 || own == first)
         return;
     PutSpoolerMessage(SpoolerLevel::kWarning,
                       "Page %d is %u x %u pixels at %u bits, page 1 %u x %u at %u bits: it is printed with page "
@@ -560,8 +560,7 @@ int FilterMain(int argc, char* argv[])
 
     ppdClose(ppd);
     cupsRasterClose(ras);
-    if (fd != kStdinFd)
-        close(fd);
+    CloseRasterSource(fd);
     if (result.pages == 0 && !result.failed)
         PutKeptText(kNoPagesText);
     return result.failed ? kExitFailure : kExitOk;

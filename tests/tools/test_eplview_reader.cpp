@@ -258,6 +258,17 @@ TEST(EplviewReader, GraphicDataMayFollowTheLastCommaDirectly)
     EXPECT_EQ(doc.labels[0].graphics[0].data, std::string("\x0f\xf0"));
 }
 
+TEST(EplviewReader, GraphicHeaderMayEndWithItsLineEndInsteadOfTheLastComma)
+{
+    Document doc = Read(std::string("N\nq16\nGW0,5,2,1\n\x0f\xf0\nP1\n"));
+    ASSERT_EQ(doc.labels.size(), 1u);
+    ASSERT_EQ(doc.labels[0].graphics.size(), 1u);
+    const eplview::Graphic& g = doc.labels[0].graphics[0];
+    EXPECT_EQ(g.y, 5);
+    EXPECT_EQ(g.rows, 1);
+    EXPECT_EQ(g.data, std::string("\x0f\xf0"));
+}
+
 TEST(EplviewReader, GraphicDataMayHoldLineEndBytes)
 {
     Document doc = Read(std::string("N\r\nGW0,0,2,1,\r\n\r\n\r\nP1\r\n"));
@@ -341,6 +352,13 @@ TEST(EplviewReader, RejectsGraphicDataNotFollowedByALineEnd)
 TEST(EplviewReader, RejectsAGraphicHeaderWithThreeNumbers)
 {
     ParseError err = Reject("N\r\nGW0,0,10\r\n");
+    EXPECT_EQ(err.offset, 3u);
+    EXPECT_EQ(err.message, "GW needs four numbers followed by commas: x,y,bytes per row,rows,");
+}
+
+TEST(EplviewReader, RejectsAGraphicHeaderWhoseRowsAreFollowedByNeitherCommaNorLineEnd)
+{
+    ParseError err = Reject("N\r\nGW0,0,1,1X\r\n");
     EXPECT_EQ(err.offset, 3u);
     EXPECT_EQ(err.message, "GW needs four numbers followed by commas: x,y,bytes per row,rows,");
 }

@@ -368,16 +368,22 @@ private:
     // "GW<x>,<y>,<bytes per row>,<rows>," then the raw rows. The data
     // starts after the header's line end when there is one (the form this
     // driver writes), else right after the last comma (the classic form).
+    // Other drivers end the header with the line end alone, without the
+    // last comma ("GW0,155,102,1" and a line feed); that form is read too.
     bool GraphicBlock()
     {
         const char* usage = "GW needs four numbers followed by commas: x,y,bytes per row,rows,";
         std::size_t at = m_pos;
         std::size_t i = at + 2;
         long v[4];
-        for (long& value : v) {
-            if (!ReadNumber(m_s, i, value) || i >= m_s.size() || m_s[i] != ',')
+        for (int n = 0; n < 4; ++n) {
+            if (!ReadNumber(m_s, i, v[n]) || i >= m_s.size())
                 return Fail(at, usage);
-            ++i;
+            bool last = n == 3;
+            if (m_s[i] == ',')
+                ++i;
+            else if (!last || LineEndAt(i) == 0)
+                return Fail(at, usage);
         }
         i += LineEndAt(i);
         Graphic g{v[0], v[1], v[2], v[3], {}};

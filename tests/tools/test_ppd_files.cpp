@@ -170,33 +170,96 @@ TEST(ShippedPpd, OutputDpiEqualsTheResolution)
     }
 }
 
-TEST(ShippedPpd, RequestsRgbRasterOf24BitsAtTheResolution)
+// Expects `h` to ask for 24-bit chunky RGB raster at `dpi` in both directions.
+void ExpectRgbRasterAt(const cups_page_header2_t& h, int dpi)
+{
+    EXPECT_EQ(h.HWResolution[0], static_cast<unsigned>(dpi));
+    EXPECT_EQ(h.HWResolution[1], static_cast<unsigned>(dpi));
+    EXPECT_EQ(h.cupsColorSpace, CUPS_CSPACE_RGB);
+    EXPECT_EQ(h.cupsBitsPerColor, 8u);
+    EXPECT_EQ(h.cupsBitsPerPixel, 24u);
+    EXPECT_EQ(h.cupsColorOrder, CUPS_ORDER_CHUNKED);
+}
+
+TEST(ShippedPpd, RequestsRgbRasterOf24BitsAtTheDefaultResolution)
 {
     for (const kvppd::PpdModel& model : kvppd::PpdModels()) {
         SCOPED_TRACE(model.fileName);
-        const std::string path = PathOf(model);
-        Ppd ppd(path);
+        Ppd ppd(PathOf(model));
         ASSERT_NE(ppd.get(), nullptr);
         int status = -1;
         cups_page_header2_t h = RasterHeader(ppd.get(), status);
         ASSERT_EQ(status, 0);
-        EXPECT_EQ(h.HWResolution[0], static_cast<unsigned>(model.dpi));
-        EXPECT_EQ(h.HWResolution[1], static_cast<unsigned>(model.dpi));
-        EXPECT_EQ(h.cupsColorSpace, CUPS_CSPACE_RGB);
-        EXPECT_EQ(h.cupsBitsPerColor, 8u);
-        EXPECT_EQ(h.cupsBitsPerPixel, 24u);
-        EXPECT_EQ(h.cupsColorOrder, CUPS_ORDER_CHUNKED);
+        ExpectRgbRasterAt(h, model.dpi * model.defaultSupersampling);
     }
 }
 
-// Every option keyword and choice name of `ppd` but the page sizes.
+TEST(ShippedPpd, EveryResolutionChoiceRequestsRgbRasterAtItsResolution)
+{
+    for (const kvppd::PpdModel& model : kvppd::PpdModels()) {
+        Ppd ppd(PathOf(model));
+        ASSERT_NE(ppd.get(), nullptr);
+        for (int dpi : kvppd::RasterResolutions(model)) {
+            SCOPED_TRACE(model.fileName + " " + std::to_string(dpi));
+            ppdMarkDefaults(ppd.get());
+            ppdMarkOption(ppd.get(), "Resolution", (std::to_string(dpi) + "dpi").c_str());
+            int status = -1;
+            cups_page_header2_t h = RasterHeader(ppd.get(), status);
+            ASSERT_EQ(status, 0);
+            ExpectRgbRasterAt(h, dpi);
+        }
+    }
+}
+
+TEST(ShippedPpd, ResolutionChoicesAreThePrintersOwnAndItsWholeMultiples)
+{
+    const std::vector<int> twoHundred = {203, 406, 609};
+    const std::vector<int> threeHundred = {300, 600};
+    ASSERT_EQ(kvppd::PpdModels().size(), 4u);
+    for (const kvppd::PpdModel& model : kvppd::PpdModels())
+        EXPECT_EQ(kvppd::RasterResolutions(model), model.dpi == 203 ? twoHundred : threeHundred) << model.fileName;
+}
+
+TEST(ShippedPpd, ResolutionChoiceTextsSayWhatEachIsFor)
+{
+    Ppd low(kPpdDir + "/kivcp-epl2-203dpi-4in.ppd");
+    ASSERT_NE(low.get(), nullptr);
+    EXPECT_EQ(ChoiceTexts(ppdFindOption(low.get(), "Resolution")),
+              (std::vector<std::string>{"203 dpi: fastest", "406 dpi: sharper barcodes", "609 dpi: sharpest barcodes"}));
+    Ppd high(kPpdDir + "/kivcp-epl2-300dpi-2in.ppd");
+    ASSERT_NE(high.get(), nullptr);
+    EXPECT_EQ(ChoiceTexts(ppdFindOption(high.get(), "Resolution")),
+              (std::vector<std::string>{"300 dpi: fastest", "600 dpi: sharpest barcodes"}));
+}
+
+TEST(ShippedPpd, TwoHundredDpiModelsAskForThreeTimesTheirResolutionByDefault)
+{
+    for (const char* file : {"kivcp-epl2-203dpi-2in.ppd", "kivcp-epl2-203dpi-4in.ppd"}) {
+        Ppd ppd(kPpdDir + "/" + file);
+        ASSERT_NE(ppd.get(), nullptr);
+        EXPECT_STREQ(ppdFindOption(ppd.get(), "Resolution")->defchoice, "609dpi") << file;
+    }
+}
+
+TEST(ShippedPpd, ThreeHundredDpiModelsAskForTheirOwnResolutionByDefault)
+{
+    for (const char* file : {"kivcp-epl2-300dpi-2in.ppd", "kivcp-epl2-300dpi-4in.ppd"}) {
+        Ppd ppd(kPpdDir + "/" + file);
+        ASSERT_NE(ppd.get(), nullptr);
+        EXPECT_STREQ(ppdFindOption(ppd.get(), "Resolution")->defchoice, "300dpi") << file;
+    }
+}
+
+// Every option keyword and choice name of `ppd` but the page sizes and the
+// raster resolution, which set the raster itself.
 std::vector<std::pair<std::string, std::string>> DriverChoices(ppd_file_t* ppd)
 {
     // Collected before any marking: the rasterizer's interpreter walks the
     // same option list and would restart a walk still in progress.
     std::vector<std::pair<std::string, std::string>> choices;
     for (ppd_option_t* o = ppdFirstOption(ppd); o; o = ppdNextOption(ppd)) {
-        if (std::strcmp(o->keyword, "PageSize") == 0 || std::strcmp(o->keyword, "PageRegion") == 0)
+        if (std::strcmp(o->keyword, "PageSize") == 0 || std::strcmp(o->keyword, "PageRegion") == 0 ||
+            std::strcmp(o->keyword, "Resolution") == 0)
             continue;
         for (int i = 0; i < o->num_choices; ++i)
             choices.emplace_back(o->keyword, o->choices[i].choice);

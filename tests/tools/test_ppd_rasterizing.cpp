@@ -19,7 +19,8 @@ namespace {
 const std::string kPpd = std::string(KV_PPD_DIR) + "/kivcp-epl2-203dpi-2in.ppd";
 const std::string kLabelSize = "PageSize=1x2Rotated.Fullbleed";
 
-// Every option of the PPD but the page sizes, with its choice names.
+// Every option of the PPD but the page sizes and the raster resolution,
+// with its choice names.
 std::vector<std::pair<std::string, std::vector<std::string>>> DriverOptions()
 {
     std::vector<std::pair<std::string, std::vector<std::string>>> options;
@@ -27,7 +28,8 @@ std::vector<std::pair<std::string, std::vector<std::string>>> DriverOptions()
     if (!ppd)
         return options;
     for (ppd_option_t* o = ppdFirstOption(ppd); o; o = ppdNextOption(ppd)) {
-        if (std::strcmp(o->keyword, "PageSize") == 0 || std::strcmp(o->keyword, "PageRegion") == 0)
+        if (std::strcmp(o->keyword, "PageSize") == 0 || std::strcmp(o->keyword, "PageRegion") == 0 ||
+            std::strcmp(o->keyword, "Resolution") == 0)
             continue;
         std::vector<std::string> choices;
         for (int i = 0; i < o->num_choices; ++i)

@@ -504,15 +504,30 @@ void WriteSizes(LineWriter& t, const PpdModel& m)
     t.Line("*ParamCustomPageSize Orientation: 5 int 0 0");
 }
 
-// The raster the filter needs: 24-bit RGB at the printer's resolution.
+// Returns the text of the raster resolution `dpi` of `model`, saying what it
+// is for. PPD texts cannot hold a colon, so it is written in hex ("<3A>").
+std::string ResolutionText(const PpdModel& m, int dpi)
+{
+    const char* use = "sharper barcodes";
+    if (dpi == m.dpi)
+        use = "fastest";
+    else if (dpi == m.dpi * m.maxSupersampling)
+        use = "sharpest barcodes";
+    return Int(dpi) + " dpi<3A> " + use;
+}
+
+// The raster the filter needs: 24-bit RGB at the printer's resolution or a
+// whole multiple of it; "OutputDPI" stays the printer's own resolution.
 void WriteRaster(LineWriter& t, const PpdModel& m)
 {
-    std::string dpi = Int(m.dpi);
     t.Line("*OpenUI *Resolution/Resolution: PickOne");
     t.Line("*OrderDependency: 10 AnySetup *Resolution");
-    t.Line("*DefaultResolution: " + dpi + "dpi");
-    t.Line("*Resolution " + dpi + "dpi/" + dpi + " dpi: \"<</HWResolution[" + dpi + " " + dpi +
-           "]/cupsBitsPerColor 8/cupsColorOrder 0/cupsColorSpace 1>>setpagedevice\"");
+    t.Line("*DefaultResolution: " + Int(m.dpi * m.defaultSupersampling) + "dpi");
+    for (int dpi : RasterResolutions(m)) {
+        std::string d = Int(dpi);
+        t.Line("*Resolution " + d + "dpi/" + ResolutionText(m, dpi) + ": \"<</HWResolution[" + d + " " + d +
+               "]/cupsBitsPerColor 8/cupsColorOrder 0/cupsColorSpace 1>>setpagedevice\"");
+    }
     t.Line("*CloseUI: *Resolution");
     t.Line("*OpenUI *ColorModel/Raster Colour: PickOne");
     t.Line("*OrderDependency: 10 AnySetup *ColorModel");
@@ -553,12 +568,20 @@ void WriteGroup(LineWriter& t, const Group& g, const PpdModel* withBasics)
 const std::vector<PpdModel>& PpdModels()
 {
     static const std::vector<PpdModel> models = {
-        {"kivcp-epl2-203dpi-2in.ppd", "KV203_2.PPD", 203, 2},
-        {"kivcp-epl2-203dpi-4in.ppd", "KV203_4.PPD", 203, 4},
-        {"kivcp-epl2-300dpi-2in.ppd", "KV300_2.PPD", 300, 2},
-        {"kivcp-epl2-300dpi-4in.ppd", "KV300_4.PPD", 300, 4},
+        {"kivcp-epl2-203dpi-2in.ppd", "KV203_2.PPD", 203, 2, 3, 3},
+        {"kivcp-epl2-203dpi-4in.ppd", "KV203_4.PPD", 203, 4, 3, 3},
+        {"kivcp-epl2-300dpi-2in.ppd", "KV300_2.PPD", 300, 2, 2, 1},
+        {"kivcp-epl2-300dpi-4in.ppd", "KV300_4.PPD", 300, 4, 2, 1},
     };
     return models;
+}
+
+std::vector<int> RasterResolutions(const PpdModel& model)
+{
+    std::vector<int> dpis;
+    for (int factor = 1; factor <= model.maxSupersampling; ++factor)
+        dpis.push_back(model.dpi * factor);
+    return dpis;
 }
 
 std::string PpdText(const PpdModel& model)

@@ -16,10 +16,19 @@ struct PpdModel {
     std::string pcFileName;  // the 8.3 name that the PPD format asks for
     int dpi;                 // printer resolution in dots per inch
     int headInches;          // widest label the printer takes, in whole inches
+    int maxSupersampling;    // finest raster offered, as a multiple of dpi
+    int defaultSupersampling;  // the raster asked for unless the job says otherwise
 };
 
 // The models the driver ships, in the order of their files.
 const std::vector<PpdModel>& PpdModels();
+
+// The raster resolutions a job may ask of the spooler for `model`, in dots
+// per inch, coarsest first: the printer's own and its whole multiples up to
+// maxSupersampling. The filter shrinks a finer raster to the printer's
+// resolution by averaging, which places thin bars more exactly than
+// rendering at the printer's resolution does.
+std::vector<int> RasterResolutions(const PpdModel& model);
 
 // The complete PPD text of `model`, byte for byte as shipped.
 std::string PpdText(const PpdModel& model);

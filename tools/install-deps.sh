@@ -6,7 +6,8 @@
 # benchmarks. cups-daemon and cups-client give the installation tests their
 # private scheduler (cupsd) and its clients (lp, lpadmin, lpinfo, lpstat,
 # cupstestppd). clang and libclang-rt-dev build the fuzzers (libFuzzer and
-# the sanitizer runtimes for clang).
+# the sanitizer runtimes for clang). barcode, qrencode and zbar-tools make
+# and scan the labels of the barcode readability suite.
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
@@ -17,4 +18,5 @@ apt-get install -y -qq --no-install-recommends \
     cups cups-filters ghostscript poppler-utils file \
     cups-daemon cups-client \
     libbenchmark-dev \
-    clang libclang-rt-dev >/dev/null
+    clang libclang-rt-dev \
+    barcode qrencode zbar-tools >/dev/null

@@ -597,7 +597,7 @@ bool LogerManager::start() {
     if (m_bRuning) {
         return false;
     }
-    if (!m_semaphore.create(0) || !ThreadHelper::start()) {
+    if (!m_semaphore.create(0) || !m_wake.create(0) || !ThreadHelper::start()) {
         return false;
     }
     return m_semaphore.wait(kWorkerStartTimeoutMs);
@@ -607,6 +607,7 @@ bool LogerManager::stop() {
     if (!m_bRuning.exchange(false)) {
         return false;
     }
+    m_wake.post();
     ThreadHelper::wait();
     applyLeftoverSettings();
     return true;
@@ -636,7 +637,7 @@ void LogerManager::run() {
             continue;
         }
         idleMaintenance();
-        sleepMillis(kWorkerIdleMs);
+        m_wake.wait(kWorkerIdleMs);
         if (!m_bRuning && m_nQueued == 0) {
             break;
         }

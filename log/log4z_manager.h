@@ -26,7 +26,8 @@ constexpr int kMaxLoggers = 20;
 constexpr size_t kMaxFreeRecords = 200;
 // How long start() waits for the worker to report in, in milliseconds.
 constexpr int kWorkerStartTimeoutMs = 3000;
-// How long the worker sleeps when it has nothing to do, in milliseconds.
+// How long the worker rests when it has nothing to do, in milliseconds;
+// stop() cuts the rest short.
 constexpr int kWorkerIdleMs = 50;
 // The worker's first line in every log it starts.
 extern const char kLogStartBanner[];
@@ -174,6 +175,7 @@ private:
     LockHelper m_logLock;
     std::atomic<size_t> m_nQueued; // m_logs.size(), readable without the lock
     SemHelper m_semaphore;
+    SemHelper m_wake; // posted by stop() to end the worker's rest at once
 
     std::vector<LogData *> m_freeLogDatas;
     LockHelper m_freeLock;

@@ -3,7 +3,6 @@
 #include "log4z_support.h"
 
 #include <fcntl.h>
-#include <sys/time.h>
 #include <time.h>
 #include <unistd.h>
 
@@ -14,14 +13,11 @@
 
 namespace {
 
-// Poll period of a semaphore wait with a time-out, in milliseconds.
-constexpr int kSemPollMs = 50;
 // Log files are created as fopen creates them: readable and writable by all,
 // less the process mask.
 constexpr mode_t kLogFileMode = 0666;
 constexpr long kNanosPerMilli = 1000000L;
 constexpr long long kMillisPerSecond = 1000;
-constexpr long long kMicrosPerMilli = 1000;
 constexpr int kSecondsPerHour = 3600;
 constexpr int kSecondsPerMinute = 60;
 constexpr int kFirstTmYear = 1900; // struct tm counts years from 1900
@@ -71,13 +67,6 @@ char *putDecimal(char *dst, unsigned v) {
     return dst;
 }
 
-// Current time in milliseconds since the epoch.
-long long nowMillis() {
-    struct timeval tv;
-    gettimeofday(&tv, nullptr);
-    return static_cast<long long>(tv.tv_sec) * kMillisPerSecond + tv.tv_usec / kMicrosPerMilli;
-}
-
 } // namespace
 
 void sleepMillis(long ms) {
@@ -118,6 +107,9 @@ bool SemHelper::create(int initcount) {
     return m_bCreated;
 }
 
+// A wait with a time-out blocks until the post or the deadline (on the
+// monotonic clock, so that setting the time changes nothing), rather than
+// looking every few milliseconds: the waiter goes on the moment it is posted.
 bool SemHelper::wait(int timeout) {
     if (!m_bCreated) {
         return false;
@@ -130,16 +122,20 @@ bool SemHelper::wait(int timeout) {
         }
         return true;
     }
-    long long deadline = nowMillis() + timeout;
-    while (true) {
-        if (sem_trywait(&m_sem) == 0) {
-            return true;
-        }
-        if (errno != EAGAIN || nowMillis() > deadline) {
+    timespec deadline{};
+    clock_gettime(CLOCK_MONOTONIC, &deadline);
+    deadline.tv_sec += timeout / kMillisPerSecond;
+    deadline.tv_nsec += (timeout % kMillisPerSecond) * kNanosPerMilli;
+    if (deadline.tv_nsec >= kMillisPerSecond * kNanosPerMilli) {
+        deadline.tv_sec += 1;
+        deadline.tv_nsec -= kMillisPerSecond * kNanosPerMilli;
+    }
+    while (sem_clockwait(&m_sem, CLOCK_MONOTONIC, &deadline) != 0) {
+        if (errno != EINTR) {
             return false;
         }
-        sleepMillis(kSemPollMs);
     }
+    return true;
 }
 
 bool SemHelper::post() { return m_bCreated && sem_post(&m_sem) == 0; }

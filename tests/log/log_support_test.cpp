@@ -210,6 +210,25 @@ TEST(ThreadHelperRun, StartedThreadRunsItsBody) {
     EXPECT_TRUE(sem.wait(100));
 }
 
+TEST(SemHelperWait, PostFromAnotherThreadEndsAWaitWithATimeOut) {
+    SemHelper sem;
+    ASSERT_TRUE(sem.create(0));
+    PostingThread thread(sem);
+    ASSERT_TRUE(thread.start());
+    EXPECT_TRUE(sem.wait(60000));
+    EXPECT_TRUE(thread.wait());
+}
+
+TEST(SemHelperWait, WaitWithATimeOutTakesOnePostEachTime) {
+    SemHelper sem;
+    ASSERT_TRUE(sem.create(0));
+    ASSERT_TRUE(sem.post());
+    ASSERT_TRUE(sem.post());
+    EXPECT_TRUE(sem.wait(100));
+    EXPECT_TRUE(sem.wait(100));
+    EXPECT_FALSE(sem.wait(1));
+}
+
 TEST(ThreadHelperRun, WaitWithoutStartIsRefused) {
     SemHelper sem;
     PostingThread thread(sem);

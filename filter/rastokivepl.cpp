@@ -4,10 +4,14 @@
 #include "rastokivepl.h"
 
 #include <fcntl.h>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -515,8 +519,28 @@ int LERFIDJobTask(const char* title, int jobId)
     return written > 0 ? kRfidDataSent : RfidJobNotPrinted(kRfidNoData);
 }
 
+namespace {
+
+// Keeps page-sized blocks in the process's heap once freed, so that each
+// page and each pipeline step takes the memory the one before gave back
+// instead of mapping fresh pages from the kernel (each page fault costs as
+// much as converting the pixels on it). A block of up to 32 MB, the most the
+// allocator lets stay in the heap, covers a 4 x 6 inch label at 609 dpi.
+void KeepPageBuffersInTheHeap()
+{
+#if defined(__GLIBC__)
+    constexpr int kHeapBlockMax = 32 << 20;
+    constexpr int kNeverTrim = INT32_MAX;
+    mallopt(M_MMAP_THRESHOLD, kHeapBlockMax);
+    mallopt(M_TRIM_THRESHOLD, kNeverTrim);
+#endif
+}
+
+}  // namespace
+
 int FilterMain(int argc, char* argv[])
 {
+    KeepPageBuffersInTheHeap();
     setbuf(stderr, nullptr);
     StartDriverLog();
     if (argc != kArgsWithStdin && argc != kArgsWithFile) {

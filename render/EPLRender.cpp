@@ -157,9 +157,10 @@ void TakeBuffer(WorkImage& work, unsigned char* next, uint64_t bytes)
 {
     if (!next)
         return;
-    if (work.buffer)
-        LOGFMTD("databuf2: 0x%x, databuf3: 0x%x", LogPointer32(work.buffer.get()), LogPointer32(next));
+    if (work.HasData())
+        LOGFMTD("databuf2: 0x%x, databuf3: 0x%x", LogPointer32(work.Data()), LogPointer32(next));
     work.buffer.reset(next);
+    work.borrowed = nullptr;
     work.bytes = bytes;
 }
 
@@ -275,7 +276,7 @@ bool CEPLRender::TransCommand(bool lastPage, bool logOn)
 }
 
 // Print mode 1 converts to grey (cropped) before any fitting; otherwise the
-// working buffer is a copy of the page and conversion waits.
+// working image is the page itself, read in place, and conversion waits.
 void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation,
                                  const COLORLEVELSITEM& levels)
 {
@@ -290,10 +291,8 @@ void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orien
         TakeBuffer(work, out, capacity);
         return;
     }
-    work.buffer = kvrender::FilledBuffer(pdev.dwBufSize, 0);
-    if (work.buffer)
-        memcpy(work.buffer.get(), pdev.pBufStart, pdev.dwBufSize);
-    work.bytes = work.buffer ? pdev.dwBufSize : 0;
+    work.borrowed = pdev.pBufStart;
+    work.bytes = pdev.dwBufSize;
 }
 
 // Turns a page that is much wider than the printable width, or much taller
@@ -308,7 +307,8 @@ void CEPLRender::AutoRotate(CBmpProcessing& bmp, WorkImage& work)
     unsigned char* out = nullptr;
     unsigned int capacity = 0;
     tagRECT rotated = work.rect;
-    bmp.RotateImgData(work.buffer.get(), static_cast<unsigned>(work.Readable()), work.rect, &work.header, *code,
+    bmp.RotateImgData(work.Data(), static_cast<unsigned>(work.Readable()), work.rect,
+                      &work.header, *code,
                       &out, &capacity, &rotated);
     work.rect = rotated;
     work.Measure(true);
@@ -331,7 +331,7 @@ void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
     const uint64_t newBytes = static_cast<uint64_t>(newStride) * static_cast<uint64_t>(std::max(newH, 0));
     const tagColorCFG color{static_cast<int16_t>(cfg.nBrightness), static_cast<int16_t>(cfg.nContrast),
                             static_cast<int16_t>(cfg.nLevelsAdj)};
-    MallocBuffer fitted = Rescale(bmp, newH < work.h, work.buffer.get(), static_cast<uint32_t>(work.w),
+    MallocBuffer fitted = Rescale(bmp, newH < work.h, work.Data(), static_cast<uint32_t>(work.w),
                                   static_cast<uint32_t>(work.h), work.header.biBitCount,
                                   static_cast<uint32_t>(work.stride), maxDots, static_cast<uint32_t>(newH), newBytes,
                                   kWhite, color);
@@ -358,7 +358,8 @@ void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orie
         return;
     unsigned char* out = nullptr;
     unsigned int capacity = 0;
-    bmp.CoverBMP2OutputFormat(work.buffer.get(), static_cast<unsigned>(work.Readable()), &out, &capacity,
+    bmp.CoverBMP2OutputFormat(work.Data(), static_cast<unsigned>(work.Readable()), &out,
+                              &capacity,
                               &work.header, &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0,
                               cfg.nBrightness, cfg.nContrast,
                               kvrender::MmToDots(kvrender::kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
@@ -372,7 +373,7 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     const bool invert = cfg.bNegative != 0;
-    if (!work.buffer)
+    if (!work.Writable())
         return;
     if (cfg.sHalftoneMethod == kAdaptiveHalftone) {
         unsigned char* out = nullptr;
@@ -398,7 +399,10 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
         return;
     bmp.Dither(cfg.sHalftoneMethod, work.buffer.get(), dst.get(), static_cast<unsigned>(std::max(work.h, 0)),
                static_cast<unsigned>(std::max(work.w, 0)), static_cast<unsigned>(work.stride), 0, invert);
-    memcpy(work.buffer.get(), dst.get(), size);
+    // The result takes the image's place: every byte that may be read from
+    // here on is in it.
+    work.buffer = std::move(dst);
+    work.bytes = size;
 }
 
 // Dashes, packs, positions and hands the page to the emulation, then writes
@@ -409,6 +413,7 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     const _OEMPDEV& pdev = *m_pOemPdev;
     work.rect.left = std::max(work.rect.left, 0);
     work.rect.top = std::max(work.rect.top, 0);
+    work.Writable();
     if (cfg.sIsLineImaginary && work.buffer)
         kvrender::ConvertToDashedLines(bmp, work.buffer.get(), work.Readable(), work.w, work.h, work.stride,
                                        kvrender::MmToDots(cfg.sBlackInterval, cfg.sOutputXDPI),

@@ -49,6 +49,18 @@ void DashRun(CBmpProcessing& bmp, unsigned char* end, int16_t n, int32_t blackDo
 
 }  // namespace
 
+unsigned char* WorkImage::Writable()
+{
+    if (!buffer && borrowed) {
+        buffer = FilledBuffer(bytes, 0);
+        if (buffer)
+            memcpy(buffer.get(), borrowed, bytes);
+        bytes = buffer ? bytes : 0;
+        borrowed = nullptr;
+    }
+    return buffer.get();
+}
+
 MallocBuffer FilledBuffer(uint64_t size, unsigned char fill)
 {
     MallocBuffer buffer(static_cast<unsigned char*>(malloc(size ? size : 1)));

@@ -25,9 +25,12 @@ struct FreeDeleter {
 using MallocBuffer = std::unique_ptr<unsigned char, FreeDeleter>;
 
 // The working image of one page: its buffer, header, kept box and the
-// geometry derived from them.
+// geometry derived from them. Until a step first writes a buffer of its
+// own, the image may read the held page in place (`borrowed`) instead of a
+// copy of it: the steps before then only read.
 struct WorkImage {
     MallocBuffer buffer;
+    const unsigned char* borrowed = nullptr;  // the held page, read-only, while `buffer` is empty
     uint64_t bytes = 0;  // allocated
     tagBITMAPINFOHEADER header{};
     tagRECT rect{};
@@ -48,6 +51,12 @@ struct WorkImage {
     }
     // Bytes that may be read: never more than were allocated.
     uint64_t Readable() const { return size < bytes ? size : bytes; }
+    // The image's bytes to read: its own buffer, else the borrowed page.
+    const unsigned char* Data() const { return buffer ? buffer.get() : borrowed; }
+    bool HasData() const { return Data() != nullptr; }
+    // Makes the image's bytes its own before a step writes them: a borrowed
+    // page is copied (null when memory is short).
+    unsigned char* Writable();
 };
 
 // A fresh buffer of `size` bytes (at least one) filled with `fill`; null

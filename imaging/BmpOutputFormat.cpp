@@ -159,6 +159,76 @@ inline void KeepPixel(KeptBox& box, unsigned char* work, int64_t workSize, int64
     }
 }
 
+// Pixels passed over together when all of them are near-white.
+constexpr int64_t kWhiteRun = 32;
+
+// True when every byte of `bytes` bytes at `p` is at least the near-white
+// level, so every pixel among them is near-white. Written as one minimum so
+// that the compiler does it many bytes at a time.
+inline bool AllNearWhite(const unsigned char* p, int64_t bytes)
+{
+    unsigned char least = 255;
+    for (int64_t i = 0; i < bytes; ++i) {
+        least = std::min(least, p[i]);
+    }
+    return least >= kvimg::kLevelsWhite;
+}
+
+// Whether ConvertUnturned24 may convert the page: 24-bit pixels kept in
+// place (orientation codes other than 0 to 2), near-white ones left out.
+bool UnturnedCroppedPage(int orientation, int bitCount, const GreyTables& t)
+{
+    const bool turned = orientation == kTurnLeft || orientation == kTurnHalf || orientation == kTurnRight;
+    return !turned && bitCount == 24 && t.cropWhite;
+}
+
+// ConvertPixels for the pages labels come as: unturned 24-bit pages cropped
+// to their content, mostly white. Runs of near-white pixels are passed over
+// kWhiteRun at a time and the box grows once per row; the result is
+// ConvertPixels' own, pixels beyond the width cap included.
+KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const Oriented& o,
+                          const GreyTables& t, unsigned char* work)
+{
+    KeptBox box;
+    const int64_t S = BmpRowStride(24, W);
+    const int64_t workSize = o.rows * o.stride;
+    for (int64_t y = 0; y < H; ++y) {
+        const unsigned char* row = src + y * S;
+        unsigned char* out = work + y * o.stride;
+        int64_t first = -1, last = -1;
+        for (int64_t x = 0; x < o.cols;) {
+            if (x + kWhiteRun <= o.cols && AllNearWhite(row + 3 * x, 3 * kWhiteRun)) {
+                x += kWhiteRun;
+                continue;
+            }
+            const int64_t end = std::min(o.cols, x + kWhiteRun);
+            for (; x < end; ++x) {
+                const unsigned char* p = row + 3 * x;
+                const int16_t grey = GreyOf24(t, p[0], p[1], p[2]);
+                if (grey != kSkipped) {
+                    first = first < 0 ? x : first;
+                    last = x;
+                    out[x] = static_cast<uint8_t>(grey);
+                }
+            }
+        }
+        if (first >= 0) {
+            box.minCol = std::min(box.minCol, first);
+            box.maxCol = std::max(box.maxCol, last);
+            box.minRow = std::min(box.minRow, y);
+            box.maxRow = std::max(box.maxRow, y);
+        }
+        for (int64_t x = o.cols; x < W; ++x) {
+            const unsigned char* p = row + 3 * x;
+            const int16_t grey = GreyOf24(t, p[0], p[1], p[2]);
+            if (grey != kSkipped) {
+                KeepPixel(box, work, workSize, o.cols, x, y, y * o.stride + x, grey);
+            }
+        }
+    }
+    return box;
+}
+
 // Converts every source pixel into the work image and returns the box.
 KeptBox ConvertPixels(const unsigned char* src, int64_t W, int64_t H, int bitCount,
                       int orientation, const Oriented& o, const GreyTables& t,
@@ -285,7 +355,9 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
     GreyTables tables;
     const bool light = (brightness != 0 || contrast != 0) && readable;
     PrepareTables(tables, light, m_LightTable, m_LevelsTable[0], cropWhite != 0);
-    const KeptBox box = ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get());
+    const KeptBox box = UnturnedCroppedPage(orientation, bitCount, tables)
+                            ? ConvertUnturned24(src, W, H, o, tables, work.get())
+                            : ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get());
     if (box.maxCol < 0) {
         SetEmptyResult(header, rect);
         return 1;

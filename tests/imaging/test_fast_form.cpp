@@ -3,6 +3,7 @@
 // identical bit for bit.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <vector>
 
@@ -46,7 +47,64 @@ std::vector<uint8_t> SparseInk(kvtest::RandomImages& rnd, int32_t w, int32_t h, 
     return img;
 }
 
+// A near-white 24-bit image (bytes 250 to 255, paper noise) with a few
+// horizontal runs of ink, each of random length and grey, some of them
+// channels only just below the near-white level.
+std::vector<uint8_t> InkRuns(kvtest::RandomImages& rnd, int32_t w, int32_t h)
+{
+    const uint32_t stride = Stride(24, w);
+    std::vector<uint8_t> img(stride * h);
+    for (auto& b : img) {
+        b = rnd.Byte(250, 255);
+    }
+    for (int n = rnd.Int(0, 6); n > 0; --n) {
+        const int32_t y = rnd.Int(0, h - 1), x0 = rnd.Int(0, w - 1);
+        const int32_t x1 = std::min(w, x0 + rnd.Int(1, 80));
+        for (int32_t x = x0; x < x1; ++x) {
+            const int channel = rnd.Int(0, 3);  // 3: every channel
+            for (int c = 0; c < 3; ++c) {
+                if (channel == 3 || channel == c) {
+                    img[y * stride + 3 * x + c] = rnd.Int(0, 1) ? rnd.Byte(0, 255) : 249;
+                }
+            }
+        }
+    }
+    return img;
+}
+
 } // namespace
+
+TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitForBit)
+{
+    kvtest::RandomImages rnd(606);
+    for (int round = 0; round < 600; ++round) {
+        const int32_t w = rnd.Int(1, 300), h = rnd.Int(1, 12);
+        const int orientation = rnd.Int(3, 5);
+        const int maxWidth = rnd.Int(0, 1) ? w + rnd.Int(0, 10) : rnd.Int(1, w + 1);
+        const bool tone = rnd.Int(0, 1) != 0;
+        const std::vector<uint8_t> src = InkRuns(rnd, w, h);
+        CBmpProcessing fast, plain;
+        PrepareTones(fast);
+        PrepareTones(plain);
+        tagBITMAPINFOHEADER header = Header(w, h, 24);
+        const tagBITMAPINFOHEADER before = header;
+        tagRECT rect{};
+        unsigned char* out = nullptr;
+        unsigned int cap = 0;
+        const int status = fast.CoverBMP2OutputFormat(
+            src.data(), static_cast<unsigned int>(src.size()), &out, &cap, &header, &rect, orientation, 0, 0,
+            COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, tone ? 15 : 0, tone ? -20 : 0, maxWidth, 1);
+        Owned owned(out);
+        const kvref::CoverResult want =
+            kvref::CoverBMP2OutputFormat(plain, src.data(), before, orientation, tone ? 15 : 0, tone ? -20 : 0,
+                                         maxWidth, 1);
+        const std::vector<uint8_t> got = out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>();
+        ASSERT_EQ(status, want.status);
+        ASSERT_EQ(std::memcmp(&header, &want.header, sizeof header), 0) << "round " << round;
+        ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0) << "round " << round;
+        ASSERT_EQ(got, want.pixels) << "round " << round << " " << w << "x" << h << " cap " << maxWidth;
+    }
+}
 
 TEST(FastForm, ResampleMatchesTheStraightforwardFormBitForBit)
 {

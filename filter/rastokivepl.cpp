@@ -407,21 +407,35 @@ bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& heade
     uint64_t size = std::max(ownBytes, FirstPageBytes(pdev->bmInfoHeader));
     if (size > UINT32_MAX)
         return false;
-    std::unique_ptr<unsigned char, decltype(&free)> line(static_cast<unsigned char*>(malloc(std::max(1u, header.cupsBytesPerLine))), &free);
-    unsigned char* buffer = static_cast<unsigned char*>(calloc(std::max<uint64_t>(size, 1), 1));
-    if (!line || !buffer) {
+    const uint64_t lineBytes = header.cupsBytesPerLine;
+    // Lines that fit their row are read straight into it; a longer line
+    // (a header whose line length exceeds the row) goes through a line
+    // buffer and is cut to the row.
+    const bool direct = lineBytes <= stride;
+    std::unique_ptr<unsigned char, decltype(&free)> line(
+        direct ? nullptr : static_cast<unsigned char*>(malloc(std::max<uint64_t>(lineBytes, 1))), &free);
+    unsigned char* buffer = static_cast<unsigned char*>(malloc(std::max<uint64_t>(size, 1)));
+    if ((!direct && !line) || !buffer) {
         free(buffer);
         return false;
     }
     pdev->pBufStart = buffer;
     pdev->dwBufSize = static_cast<uint32_t>(size);
-    uint64_t rowBytes = std::min<uint64_t>(header.cupsBytesPerLine, stride);
-    for (uint64_t row = 0; row < header.cupsHeight; ++row) {
-        if (cupsRasterReadPixels(ras, line.get(), header.cupsBytesPerLine) == 0)
+    // Every byte no line fills is zero: row padding, rows the stream does
+    // not deliver and the room a larger first page needs.
+    uint64_t row = 0;
+    for (; row < header.cupsHeight; ++row) {
+        unsigned char* dst = buffer + row * stride;
+        unsigned char* in = direct ? dst : line.get();
+        if (cupsRasterReadPixels(ras, in, header.cupsBytesPerLine) == 0)
             break;
-        SwapRedBlue(line.get(), header.cupsBytesPerLine, header.cupsWidth);
-        memcpy(buffer + row * stride, line.get(), rowBytes);
+        SwapRedBlue(in, lineBytes, header.cupsWidth);
+        if (direct)
+            memset(dst + lineBytes, 0, stride - lineBytes);
+        else
+            memcpy(dst, in, stride);
     }
+    memset(buffer + row * stride, 0, size - row * stride);
     return true;
 }
 

@@ -47,6 +47,14 @@ void DashRun(CBmpProcessing& bmp, unsigned char* end, int16_t n, int32_t blackDo
                                static_cast<short>(whiteDots), kBitsPerByte);
 }
 
+// True when the eight grey pixels at `p` are all white.
+inline bool AllWhite8(const unsigned char* p)
+{
+    uint64_t word;
+    memcpy(&word, p, sizeof word);
+    return word == ~uint64_t{0};
+}
+
 }  // namespace
 
 unsigned char* WorkImage::Writable()
@@ -168,9 +176,16 @@ PackedPage PackToOneBit(const unsigned char* image, uint64_t imageSize, int32_t 
         const unsigned char* in = image + base;
         if (!mirror) {
             const int64_t end = std::min<int64_t>({w, pixelsLeft - shift, imageLeft});
-            for (int64_t c = 0; c < end; ++c)
+            for (int64_t c = 0; c < end; ++c) {
+                // Labels are mostly white: eight white pixels at a time
+                // leave their bits as they are.
+                if (c + kBitsPerByte <= end && AllWhite8(in + c)) {
+                    c += kBitsPerByte - 1;
+                    continue;
+                }
                 if (in[c] != kWhite)
                     out[(c + shift) >> 3] &= static_cast<unsigned char>(~(0x80u >> ((c + shift) & 7)));
+            }
         } else {
             const int64_t first = std::max<int64_t>(0, span - imageLeft + 1);
             const int64_t end = std::min<int64_t>({w, pixelsLeft, span + 1});

@@ -2,7 +2,9 @@
 // automatic rotation, dashed lines, one-bit packing and the label position.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
+#include <random>
 #include <vector>
 
 #include "PagePipeline.h"
@@ -187,6 +189,53 @@ TEST(PackToOneBit, NegativeBoxOriginIsClampedToZero)
     PackedPage page = PackToOneBit(image.data(), image.size(), 4, 1, 4, {-5, -2, 3, 0}, false, 0);
     ASSERT_EQ(page.size, 1u);
     EXPECT_EQ(page.bits.get()[0], 0x0F);
+}
+
+namespace {
+
+// The unmirrored packing pixel by pixel, for a page of `size` bytes in rows
+// of `rowBytes` whose pixels start `shift` bits into their first byte:
+// every pixel that is not white clears its bit.
+std::vector<unsigned char> PackPixelByPixel(const std::vector<unsigned char>& image, int32_t w, int32_t h,
+                                            int64_t stride, int64_t shift, int64_t rowBytes, uint64_t size)
+{
+    std::vector<unsigned char> bits(size, 0xFF);
+    for (int64_t r = 0; r < h; ++r) {
+        const int64_t pixelsLeft = (static_cast<int64_t>(size) - r * rowBytes) * 8;
+        const int64_t imageLeft = static_cast<int64_t>(image.size()) - r * stride;
+        if (pixelsLeft <= 0 || imageLeft <= 0)
+            break;
+        for (int64_t c = 0; c < std::min<int64_t>({w, pixelsLeft - shift, imageLeft}); ++c)
+            if (image[r * stride + c] != 255)
+                bits[r * rowBytes + (c + shift) / 8] &= static_cast<unsigned char>(~(0x80u >> ((c + shift) % 8)));
+    }
+    return bits;
+}
+
+}  // namespace
+
+TEST(PackToOneBit, MostlyWhitePagesPackAsPixelByPixel)
+{
+    std::mt19937 random(77);
+    auto upTo = [&](int n) { return static_cast<int>(random() % static_cast<unsigned>(n + 1)); };
+    for (int round = 0; round < 500; ++round) {
+        const int32_t w = 1 + upTo(199), h = 1 + upTo(5);
+        const int64_t stride = w + upTo(3);
+        std::vector<unsigned char> image(static_cast<size_t>(stride * h), 255);
+        for (int runs = upTo(6); runs > 0; --runs) {
+            const int64_t at = upTo(static_cast<int>(image.size()) - 1);
+            for (int64_t i = at; i < std::min<int64_t>(image.size(), at + 1 + upTo(20)); ++i)
+                image[i] = static_cast<unsigned char>(upTo(255));
+        }
+        const int32_t left = upTo(w - 1);
+        // Boxes as the pipeline gives them: rows 0..h-1, or one row fewer.
+        const tagRECT rect{left, 0, w - 1, h - 1 - upTo(h > 1 ? 1 : 0)};
+        PackedPage page = PackToOneBit(image.data(), image.size(), w, h, stride, rect, false, 0);
+        ASSERT_TRUE(page.bits);
+        const std::vector<unsigned char> got(page.bits.get(), page.bits.get() + page.size);
+        const int64_t rowBytes = static_cast<int64_t>(page.size) / (rect.bottom - rect.top + 1);
+        ASSERT_EQ(got, PackPixelByPixel(image, w, h, stride, left % 8, rowBytes, page.size)) << "round " << round;
+    }
 }
 
 TEST(PositionOnLabel, ZeroVerticalPositionIsSentAsEight)

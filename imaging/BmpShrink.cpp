@@ -18,25 +18,26 @@ uint32_t BytesPerPixel(uint32_t bitCount)
     return bitCount == 24 ? 3 : bitCount == 8 ? 1 : 0;
 }
 
-// Which destination column every source column adds to. The column error
-// grows by the destination width per source pixel and moves on only when
-// it exceeds the source width (strictly), after the pixel was added; as the
-// error restarts with every row the map is the same for all rows.
+// Which source columns every destination column averages. The column
+// error grows by the destination width per source pixel and moves on only
+// when it exceeds the source width (strictly), after the pixel was added;
+// as the error restarts with every row the plan is the same for all rows,
+// and each destination column's source columns are consecutive.
 struct ColumnPlan {
-    std::vector<uint32_t> columnOf;   // per source column
     std::vector<uint32_t> pixels;     // source columns per destination column
+    std::vector<uint32_t> firstOf;    // first source column of each destination column
 };
 
 ColumnPlan PlanColumns(uint32_t srcWidth, uint32_t dstWidth)
 {
     ColumnPlan plan;
-    plan.columnOf.resize(srcWidth);
     plan.pixels.assign(dstWidth, 0);
+    plan.firstOf.assign(dstWidth, srcWidth);
     uint64_t error = 0;
     uint32_t column = 0;
     for (uint32_t x = 0; x < srcWidth; ++x) {
         error += dstWidth;
-        plan.columnOf[x] = column;
+        plan.firstOf[column] = std::min(plan.firstOf[column], x);
         ++plan.pixels[column];
         if (error > srcWidth) {
             ++column;
@@ -69,50 +70,112 @@ struct ShrinkJob {
     tagRECT whiten;
 };
 
-// Adds source columns [from, to) of one row to the accumulators; white
-// pixels add 255 to each sum instead of their channels.
-void AddSpan(const ShrinkJob& job, const ColumnPlan& plan, const unsigned char* row, int64_t from,
-             int64_t to, bool white, uint32_t* acc)
+// Sums per source byte (per source pixel for 8-bit and other depths) of
+// the source rows that make one destination row. Rows are added byte by
+// byte, which the compiler does many bytes at a time; each destination
+// column then sums its own source columns once per destination row instead
+// of once per source row. Integer sums do not depend on their order, so the
+// averages are those of adding pixel by pixel.
+struct RowSums {
+    std::vector<uint32_t> sums;
+    uint32_t perPixel;  // 3 for 24-bit sources, else 1
+};
+
+// Adds `value` (or the row's own bytes when `row` is given) to sums
+// [from, to).
+void AddBytes(uint32_t* __restrict sums, const unsigned char* __restrict row, int64_t from, int64_t to,
+              uint32_t white)
 {
-    for (int64_t x = from; x < to; ++x) {
-        uint32_t* a = acc + kChannels * plan.columnOf[x];
-        if (white) {
-            a[0] += 255;
-            a[1] += 255;
-            a[2] += 255;
-        } else if (job.srcBpp == 3) {
-            const unsigned char* p = row + 3 * x;
-            a[0] += p[0];
-            a[1] += p[1];
-            a[2] += p[2];
-        } else if (job.srcBpp == 1) {
-            a[0] += row[x];
-            a[1] += row[x];
-            a[2] += row[x];
+    if (row == nullptr) {
+        for (int64_t i = from; i < to; ++i) {
+            sums[i] += white;
         }
-        // Other depths add their stale channels, which were never read: 0.
+        return;
+    }
+    for (int64_t i = from; i < to; ++i) {
+        sums[i] += row[i];
     }
 }
 
-// Adds one source row to the accumulators.
-void AddRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t y, uint32_t* acc)
+// Adds source row y; white pixels (inside the whitening rectangle) add 255
+// to each sum instead of their channels. Depths other than 8 and 24 bits
+// add nothing else: their stale channels were never read, 0.
+void AddRow(const ShrinkJob& job, uint32_t y, RowSums& line)
 {
     const unsigned char* row = job.src + uint64_t{y} * job.srcStride;
+    const unsigned char* bytes = job.srcBpp == 0 ? nullptr : row;
+    const int64_t n = line.perPixel;
     int64_t first = 0, last = 0;
     WhitenedSpan(job.whiten, y, job.srcWidth, first, last);
+    uint32_t* sums = line.sums.data();
     if (first > last) {
-        AddSpan(job, plan, row, 0, job.srcWidth, false, acc);
+        if (bytes) {
+            AddBytes(sums, bytes, 0, n * job.srcWidth, 0);
+        }
         return;
     }
-    AddSpan(job, plan, row, 0, first, false, acc);
-    AddSpan(job, plan, row, first, last + 1, true, acc);
-    AddSpan(job, plan, row, last + 1, job.srcWidth, false, acc);
+    if (bytes) {
+        AddBytes(sums, bytes, 0, n * first, 0);
+    }
+    AddBytes(sums, nullptr, n * first, n * (last + 1), 255);
+    if (bytes) {
+        AddBytes(sums, bytes, n * (last + 1), n * job.srcWidth, 0);
+    }
+}
+
+// Sums each destination column's source columns into its accumulators.
+void FoldColumns(const ShrinkJob& job, const ColumnPlan& plan, const RowSums& line, uint32_t* acc)
+{
+    const uint32_t* sums = line.sums.data();
+    for (uint32_t c = 0; c < job.dstWidth; ++c) {
+        const uint32_t from = plan.firstOf[c];
+        const uint32_t to = from + plan.pixels[c];
+        uint32_t s0 = 0, s1 = 0, s2 = 0;
+        if (line.perPixel == 3) {
+            for (uint32_t x = from; x < to; ++x) {
+                s0 += sums[3 * x];
+                s1 += sums[3 * x + 1];
+                s2 += sums[3 * x + 2];
+            }
+        } else {
+            for (uint32_t x = from; x < to; ++x) {
+                s0 += sums[x];
+            }
+            s1 = s2 = s0;
+        }
+        uint32_t* a = acc + kChannels * c;
+        a[0] = s0;
+        a[1] = s1;
+        a[2] = s2;
+    }
 }
 
 // The channel values carried from column to column: a column without
 // pixels reuses them as the previous column's tone steps left them.
 struct Carried {
     uint8_t first = 0, second = 0, third = 0;
+};
+
+// Exact division of sums by a count: q = (n x m) >> 32 with m = 2^32 / d
+// rounded up equals n / d for every n below 2^32 / d, which covers the
+// sums of up to d pixels of 255 whenever 255 x d x d < 2^32. Larger counts,
+// which no scale within the filter's limits gives, divide plainly.
+class CountDivider {
+public:
+    explicit CountDivider(uint32_t d)
+        : m_d(d), m_exact(d != 0 && uint64_t{255} * d * d < (uint64_t{1} << 32)),
+          m_m(m_exact ? ((uint64_t{1} << 32) + d - 1) / d : 0)
+    {
+    }
+    uint8_t operator()(uint32_t n) const
+    {
+        return static_cast<uint8_t>(m_exact ? (n * m_m) >> 32 : n / m_d);
+    }
+
+private:
+    uint32_t m_d;
+    bool m_exact;
+    uint64_t m_m;
 };
 
 // Writes destination row `row` from the accumulators of `rows` source rows.
@@ -122,13 +185,21 @@ void WriteRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t rows, const
     const bool light = job.color.brightness != 0 || job.color.contrast != 0;
     const bool useLevels = kvimg::LevelsSwitchOn(job.color.levels);
     unsigned char* out = job.dst + uint64_t{row} * job.dstStride;
+    // Counts change only where a column's pixel count does: the divider is
+    // made again only then.
+    uint32_t lastCount = 0;
+    CountDivider divide(1);
     for (uint32_t c = 0; c < job.dstWidth; ++c) {
         const uint32_t count = plan.pixels[c] * rows;
         const uint32_t* a = acc + kChannels * c;
         if (count != 0) {
-            v.first = static_cast<uint8_t>(a[0] / count);
-            v.second = static_cast<uint8_t>(a[1] / count);
-            v.third = static_cast<uint8_t>(a[2] / count);
+            if (count != lastCount) {
+                divide = CountDivider(count);
+                lastCount = count;
+            }
+            v.first = divide(a[0]);
+            v.second = divide(a[1]);
+            v.third = divide(a[2]);
         }
         if (light) {
             kvimg::ApplyLight(lightTable, v.first, v.second, v.third);
@@ -153,18 +224,21 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
             const uint8_t* levels)
 {
     std::vector<uint32_t> acc(kChannels * job.dstWidth, 0);
+    RowSums line{{}, job.srcBpp == 3 ? 3u : 1u};
+    line.sums.assign(uint64_t{line.perPixel} * job.srcWidth, 0);
     Carried carried;
     uint64_t error = 0;
     uint32_t rows = 0;
     uint32_t dstRow = 0;
     for (uint32_t y = 0; y < job.srcHeight; ++y) {
-        AddRow(job, plan, y, acc.data());
+        AddRow(job, y, line);
         ++rows;
         error += job.dstHeight;
         if (error >= job.srcHeight) {
             error -= job.srcHeight;
+            FoldColumns(job, plan, line, acc.data());
             WriteRow(job, plan, rows, acc.data(), dstRow, lightTable, levels, carried);
-            std::fill(acc.begin(), acc.end(), 0);
+            std::fill(line.sums.begin(), line.sums.end(), 0);
             rows = 0;
             ++dstRow;
         }

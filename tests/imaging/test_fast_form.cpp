@@ -188,6 +188,45 @@ TEST(FastForm, ShrinkMatchesTheStraightforwardFormBitForBit)
     }
 }
 
+TEST(FastForm, ShrinkByWholeAndPrinterRatiosMatchesTheStraightforwardFormBitForBit)
+{
+    // The ratios the filter meets: a raster of two or three times the
+    // printer's resolution, and 300 dpi printed at 203.
+    kvtest::RandomImages rnd(313);
+    for (int round = 0; round < 300; ++round) {
+        const uint32_t dw = rnd.Int(1, 120), dh = rnd.Int(1, 30);
+        uint32_t sw = 0, sh = 0;
+        switch (round % 3) {
+        case 0:
+            sw = 3 * dw, sh = 3 * dh;
+            break;
+        case 1:
+            sw = 2 * dw, sh = 2 * dh;
+            break;
+        default:
+            sw = std::max<uint32_t>(dw, dw * 300 / 203), sh = std::max<uint32_t>(dh, dh * 300 / 203);
+            break;
+        }
+        const uint32_t sbits = round % 5 == 0 ? 8 : 24, dbits = round % 7 == 0 ? 8 : 24;
+        const tagColorCFG tone = kTones[rnd.Int(0, 3)];
+        const tagRECT whiten =
+            round % 2 ? tagRECT{0, 0, 0, 0} : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
+        const std::vector<uint8_t> src = rnd.Int(0, 1) ? rnd.Image(sw, sh, sbits) : SparseInk(rnd, sw, sh, sbits);
+        const uint32_t size = Stride(dbits, dw) * dh;
+        CBmpProcessing fast, plain;
+        PrepareTones(fast);
+        PrepareTones(plain);
+        std::vector<uint8_t> got(size, 7), want(size, 7);
+        unsigned char* out = got.data();
+        ASSERT_EQ(fast.InvoicQIShrinkImg2(sw, sh, sbits, Stride(sbits, sw), src.data(), nullptr, dw, dh, dbits, &out,
+                                          nullptr, size, tone, 0, tone, 0, whiten),
+                  1);
+        kvref::Shrink(plain, sw, sh, sbits, Stride(sbits, sw), src.data(), dw, dh, dbits, want.data(), size, tone,
+                      whiten);
+        ASSERT_EQ(got, want) << sw << "x" << sh << "@" << sbits << " -> " << dw << "x" << dh << "@" << dbits;
+    }
+}
+
 TEST(FastForm, OutputFormatConversionMatchesTheStraightforwardFormBitForBit)
 {
     kvtest::RandomImages rnd(404);

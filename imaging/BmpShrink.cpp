@@ -9,9 +9,6 @@
 
 namespace {
 
-// Channels summed per destination column.
-constexpr size_t kChannels = 3;
-
 // Bytes per pixel of the depths the shrink reads and writes (0: neither).
 uint32_t BytesPerPixel(uint32_t bitCount)
 {
@@ -123,33 +120,6 @@ void AddRow(const ShrinkJob& job, uint32_t y, RowSums& line)
     }
 }
 
-// Sums each destination column's source columns into its accumulators.
-void FoldColumns(const ShrinkJob& job, const ColumnPlan& plan, const RowSums& line, uint32_t* acc)
-{
-    const uint32_t* sums = line.sums.data();
-    for (uint32_t c = 0; c < job.dstWidth; ++c) {
-        const uint32_t from = plan.firstOf[c];
-        const uint32_t to = from + plan.pixels[c];
-        uint32_t s0 = 0, s1 = 0, s2 = 0;
-        if (line.perPixel == 3) {
-            for (uint32_t x = from; x < to; ++x) {
-                s0 += sums[3 * x];
-                s1 += sums[3 * x + 1];
-                s2 += sums[3 * x + 2];
-            }
-        } else {
-            for (uint32_t x = from; x < to; ++x) {
-                s0 += sums[x];
-            }
-            s1 = s2 = s0;
-        }
-        uint32_t* a = acc + kChannels * c;
-        a[0] = s0;
-        a[1] = s1;
-        a[2] = s2;
-    }
-}
-
 // The channel values carried from column to column: a column without
 // pixels reuses them as the previous column's tone steps left them.
 struct Carried {
@@ -178,28 +148,65 @@ private:
     uint64_t m_m;
 };
 
-// Writes destination row `row` from the accumulators of `rows` source rows.
-void WriteRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t rows, const uint32_t* acc,
-              uint32_t row, const int16_t* lightTable, const uint8_t* levels, Carried& v)
+// Dividers for the pixel counts of one destination row: its columns'
+// source column counts times the rows it averages.
+class RowDividers {
+public:
+    explicit RowDividers(const ColumnPlan& plan)
+        : m_maxPixels(plan.pixels.empty() ? 0 : *std::max_element(plan.pixels.begin(), plan.pixels.end()))
+    {
+    }
+    // Makes the dividers for rows of `rows` source rows, when not made yet.
+    void Prepare(uint32_t rows)
+    {
+        if (rows == m_rows) {
+            return;
+        }
+        m_rows = rows;
+        m_byPixels.clear();
+        for (uint32_t p = 0; p <= m_maxPixels; ++p) {
+            m_byPixels.emplace_back(p * rows);
+        }
+    }
+    const CountDivider& ForPixels(uint32_t pixels) const { return m_byPixels[pixels]; }
+
+private:
+    uint32_t m_maxPixels;
+    uint32_t m_rows = 0;
+    std::vector<CountDivider> m_byPixels;
+};
+
+// Writes destination row `row` from the sums of `rows` source rows: each
+// column sums its source columns and divides by their count.
+void WriteRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t rows, const RowSums& line, uint32_t row,
+              const int16_t* lightTable, const uint8_t* levels, RowDividers& dividers, Carried& v)
 {
     const bool light = job.color.brightness != 0 || job.color.contrast != 0;
     const bool useLevels = kvimg::LevelsSwitchOn(job.color.levels);
     unsigned char* out = job.dst + uint64_t{row} * job.dstStride;
-    // Counts change only where a column's pixel count does: the divider is
-    // made again only then.
-    uint32_t lastCount = 0;
-    CountDivider divide(1);
+    const uint32_t* sums = line.sums.data();
+    dividers.Prepare(rows);
     for (uint32_t c = 0; c < job.dstWidth; ++c) {
-        const uint32_t count = plan.pixels[c] * rows;
-        const uint32_t* a = acc + kChannels * c;
-        if (count != 0) {
-            if (count != lastCount) {
-                divide = CountDivider(count);
-                lastCount = count;
+        const uint32_t pixels = plan.pixels[c];
+        if (pixels != 0 && rows != 0) {
+            const uint32_t from = plan.firstOf[c];
+            uint32_t s0 = 0, s1 = 0, s2 = 0;
+            if (line.perPixel == 3) {
+                for (uint32_t x = from; x < from + pixels; ++x) {
+                    s0 += sums[3 * x];
+                    s1 += sums[3 * x + 1];
+                    s2 += sums[3 * x + 2];
+                }
+            } else {
+                for (uint32_t x = from; x < from + pixels; ++x) {
+                    s0 += sums[x];
+                }
+                s1 = s2 = s0;
             }
-            v.first = divide(a[0]);
-            v.second = divide(a[1]);
-            v.third = divide(a[2]);
+            const CountDivider& divide = dividers.ForPixels(pixels);
+            v.first = divide(s0);
+            v.second = divide(s1);
+            v.third = divide(s2);
         }
         if (light) {
             kvimg::ApplyLight(lightTable, v.first, v.second, v.third);
@@ -223,8 +230,8 @@ void WriteRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t rows, const
 void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTable,
             const uint8_t* levels)
 {
-    std::vector<uint32_t> acc(kChannels * job.dstWidth, 0);
     RowSums line{{}, job.srcBpp == 3 ? 3u : 1u};
+    RowDividers dividers(plan);
     line.sums.assign(uint64_t{line.perPixel} * job.srcWidth, 0);
     Carried carried;
     uint64_t error = 0;
@@ -236,8 +243,7 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
         error += job.dstHeight;
         if (error >= job.srcHeight) {
             error -= job.srcHeight;
-            FoldColumns(job, plan, line, acc.data());
-            WriteRow(job, plan, rows, acc.data(), dstRow, lightTable, levels, carried);
+            WriteRow(job, plan, rows, line, dstRow, lightTable, levels, dividers, carried);
             std::fill(line.sums.begin(), line.sums.end(), 0);
             rows = 0;
             ++dstRow;

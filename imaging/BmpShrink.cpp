@@ -141,6 +141,8 @@ public:
     {
         return static_cast<uint8_t>(m_exact ? (n * m_m) >> 32 : n / m_d);
     }
+    bool Exact() const { return m_exact; }
+    uint64_t Multiplier() const { return m_m; }
 
 private:
     uint32_t m_d;
@@ -169,12 +171,52 @@ public:
         }
     }
     const CountDivider& ForPixels(uint32_t pixels) const { return m_byPixels[pixels]; }
+    // True when every count of the row divides by multiplying.
+    bool AllExact() const
+    {
+        return std::all_of(m_byPixels.begin() + 1, m_byPixels.end(), [](const CountDivider& d) { return d.Exact(); });
+    }
+    // The multipliers by source column count (index 0 unused).
+    std::vector<uint64_t> Multipliers() const
+    {
+        std::vector<uint64_t> m;
+        for (const CountDivider& d : m_byPixels) {
+            m.push_back(d.Multiplier());
+        }
+        return m;
+    }
 
 private:
     uint32_t m_maxPixels;
     uint32_t m_rows = 0;
     std::vector<CountDivider> m_byPixels;
 };
+
+// WriteRow for the common case of a 24-bit source and destination without
+// light or levels steps, every count dividing by multiplying.
+void WritePlainRow24(const ShrinkJob& job, const ColumnPlan& plan, const uint32_t* sums,
+                     const std::vector<uint64_t>& multiplier, unsigned char* out, Carried& v)
+{
+    for (uint32_t c = 0; c < job.dstWidth; ++c) {
+        const uint32_t pixels = plan.pixels[c];
+        if (pixels != 0) {
+            const uint32_t* p = sums + 3 * plan.firstOf[c];
+            uint32_t s0 = 0, s1 = 0, s2 = 0;
+            for (uint32_t x = 0; x < pixels; ++x, p += 3) {
+                s0 += p[0];
+                s1 += p[1];
+                s2 += p[2];
+            }
+            const uint64_t m = multiplier[pixels];
+            v.first = static_cast<uint8_t>((s0 * m) >> 32);
+            v.second = static_cast<uint8_t>((s1 * m) >> 32);
+            v.third = static_cast<uint8_t>((s2 * m) >> 32);
+        }
+        out[3 * c] = v.first;
+        out[3 * c + 1] = v.second;
+        out[3 * c + 2] = v.third;
+    }
+}
 
 // Writes destination row `row` from the sums of `rows` source rows: each
 // column sums its source columns and divides by their count.
@@ -186,6 +228,10 @@ void WriteRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t rows, const
     unsigned char* out = job.dst + uint64_t{row} * job.dstStride;
     const uint32_t* sums = line.sums.data();
     dividers.Prepare(rows);
+    if (!light && !useLevels && job.dstBitCount == 24 && line.perPixel == 3 && rows != 0 && dividers.AllExact()) {
+        WritePlainRow24(job, plan, sums, dividers.Multipliers(), out, v);
+        return;
+    }
     for (uint32_t c = 0; c < job.dstWidth; ++c) {
         const uint32_t pixels = plan.pixels[c];
         if (pixels != 0 && rows != 0) {

@@ -6,6 +6,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <random>
 
 #include "PpdWriter.h"
 #include "RasterWriter.h"
@@ -88,6 +89,26 @@ TEST(SwapRedBlue, StopsAfterWidthGroups)
     SwapRedBlue(line, 6, 1);
     unsigned char expected[] = {3, 2, 1, 4, 5, 6};
     EXPECT_EQ(memcmp(line, expected, sizeof(line)), 0);
+}
+
+TEST(SwapRedBlue, LinesOfEveryLengthMatchTheGroupByGroupSwap)
+{
+    // Lines of 0 to 69 whole groups and up to two bytes of a group more,
+    // asked for one group more than they hold: the whole groups swap, and
+    // nothing after them changes.
+    std::mt19937 random(5);
+    for (uint64_t groups = 0; groups < 70; ++groups) {
+        for (uint64_t partial = 0; partial < 3; ++partial) {
+            std::vector<unsigned char> line(3 * groups + partial + 8);
+            for (unsigned char& b : line)
+                b = static_cast<unsigned char>(random());
+            std::vector<unsigned char> want = line;
+            for (uint64_t i = 0; i < groups; ++i)
+                std::swap(want[3 * i], want[3 * i + 2]);
+            SwapRedBlue(line.data(), 3 * groups + partial, groups + 1);
+            ASSERT_EQ(line, want) << groups << " groups and " << partial << " bytes";
+        }
+    }
 }
 
 TEST(HeldPage, RowsAreTopDownWithBlueGreenRedPixelsAndZeroPadding)

@@ -47,6 +47,16 @@ void DashRun(CBmpProcessing& bmp, unsigned char* end, int16_t n, int32_t blackDo
                                static_cast<short>(whiteDots), kBitsPerByte);
 }
 
+// The eight grey pixels at `p` as one packed byte, first pixel in the top
+// bit: a bit is set for a white pixel and clear for any other.
+inline unsigned char WhiteBits8(const unsigned char* p)
+{
+    unsigned bits = 0;
+    for (int j = 0; j < kBitsPerByte; ++j)
+        bits |= static_cast<unsigned>(p[j] == kWhite) << (kBitsPerByte - 1 - j);
+    return static_cast<unsigned char>(bits);
+}
+
 // True when the eight grey pixels at `p` are all white.
 inline bool AllWhite8(const unsigned char* p)
 {
@@ -176,7 +186,11 @@ PackedPage PackToOneBit(const unsigned char* image, uint64_t imageSize, int32_t 
         const unsigned char* in = image + base;
         if (!mirror) {
             const int64_t end = std::min<int64_t>({w, pixelsLeft - shift, imageLeft});
-            for (int64_t c = 0; c < end; ++c) {
+            int64_t c = 0;
+            // Rows that start on a byte take eight pixels into each byte.
+            for (; shift == 0 && c + kBitsPerByte <= end; c += kBitsPerByte)
+                out[c >> 3] &= WhiteBits8(in + c);
+            for (; c < end; ++c) {
                 // Labels are mostly white: eight white pixels at a time
                 // leave their bits as they are.
                 if (c + kBitsPerByte <= end && AllWhite8(in + c)) {

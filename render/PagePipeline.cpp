@@ -3,9 +3,13 @@
 #include "PagePipeline.h"
 
 #include <algorithm>
+#include <array>
 #include <climits>
 #include <cmath>
 #include <cstring>
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace kvrender {
 
@@ -56,6 +60,44 @@ inline unsigned char WhiteBits8(const unsigned char* p)
         bits |= static_cast<unsigned>(p[j] == kWhite) << (kBitsPerByte - 1 - j);
     return static_cast<unsigned char>(bits);
 }
+
+#if defined(__SSE2__)
+// Each byte with its bits in reverse order.
+constexpr std::array<unsigned char, 256> ReversedBytes()
+{
+    std::array<unsigned char, 256> table{};
+    for (unsigned v = 0; v < 256; ++v) {
+        unsigned r = 0;
+        for (int j = 0; j < kBitsPerByte; ++j)
+            r |= ((v >> j) & 1u) << (kBitsPerByte - 1 - j);
+        table[v] = static_cast<unsigned char>(r);
+    }
+    return table;
+}
+constexpr std::array<unsigned char, 256> kReversed = ReversedBytes();
+
+// Packs the first `end` pixels of a row that starts on a byte sixteen at a
+// time, as WhiteBits8 does eight; returns the pixels done.
+int64_t PackWhiteBits16(const unsigned char* in, unsigned char* out, int64_t end)
+{
+    constexpr int64_t kStep = 16;
+    const __m128i white = _mm_set1_epi8(static_cast<char>(kWhite));
+    int64_t c = 0;
+    for (; c + kStep <= end; c += kStep) {
+        const __m128i pixels = _mm_loadu_si128(reinterpret_cast<const __m128i*>(in + c));
+        // Bit j of the mask is pixel j; packed bytes hold the first pixel in their top bit.
+        const unsigned mask = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(pixels, white)));
+        out[c >> 3] &= kReversed[mask & 0xFFu];
+        out[(c >> 3) + 1] &= kReversed[mask >> kBitsPerByte];
+    }
+    return c;
+}
+#else
+int64_t PackWhiteBits16(const unsigned char*, unsigned char*, int64_t)
+{
+    return 0;
+}
+#endif
 
 // True when the eight grey pixels at `p` are all white.
 inline bool AllWhite8(const unsigned char* p)
@@ -188,6 +230,8 @@ PackedPage PackToOneBit(const unsigned char* image, uint64_t imageSize, int32_t 
             const int64_t end = std::min<int64_t>({w, pixelsLeft - shift, imageLeft});
             int64_t c = 0;
             // Rows that start on a byte take eight pixels into each byte.
+            if (shift == 0)
+                c = PackWhiteBits16(in, out, end);
             for (; shift == 0 && c + kBitsPerByte <= end; c += kBitsPerByte)
                 out[c >> 3] &= WhiteBits8(in + c);
             for (; c < end; ++c) {

@@ -272,13 +272,35 @@ void SetEmptyResult(tagBITMAPINFOHEADER* header, tagRECT* rect)
     header->biSizeImage = 0;
 }
 
+// The copy of WriteKeptBox made inside the work image itself, which then
+// becomes the output: rows of U bytes (at most the work stride) moved to
+// the front in order never overwrite a byte a later row still reads, so
+// the result is that of copying into a fresh buffer, with one page-sized
+// buffer less. Every output byte is written, as U bytes are copied per row.
+int CompactKeptBox(const KeptBox& box, const Oriented& o, MallocBuffer* work, int64_t left, int64_t U,
+                   int64_t height, uint64_t size, unsigned char** output, unsigned int* outputCapacity)
+{
+    unsigned char* w = work->get();
+    for (int64_t k = 0; k < height; ++k) {
+        std::memmove(w + k * U, w + (box.minRow + k) * o.stride + left, static_cast<size_t>(U));
+    }
+    unsigned char* out = static_cast<unsigned char*>(std::realloc(w, std::max<uint64_t>(size, 1)));
+    if (out == nullptr) {
+        out = w;  // a block that cannot shrink stays as it is
+    }
+    work->release();
+    *output = out;
+    *outputCapacity = static_cast<unsigned int>(size);
+    return 1;
+}
+
 // Widens the kept box to whole bytes of eight pixels, stores it and the
 // new header, and copies it out of the work image into the caller's or a
 // fresh buffer. Returns 1, or 0 when a given buffer is too small (after
 // the header and rectangle were updated) or memory runs out.
 int WriteKeptBox(const KeptBox& box, const Oriented& o, const unsigned char* work,
                  unsigned char** output, unsigned int* outputCapacity, tagBITMAPINFOHEADER* header,
-                 tagRECT* rect)
+                 tagRECT* rect, MallocBuffer* spare)
 {
     const int64_t left = box.minCol / kByteGroup * kByteGroup;
     const int64_t width = (box.maxCol - left + 1 + kByteGroup - 1) / kByteGroup * kByteGroup;
@@ -294,6 +316,9 @@ int WriteKeptBox(const KeptBox& box, const Oriented& o, const unsigned char* wor
     header->biWidth = static_cast<int32_t>(width);
     header->biHeight = static_cast<int32_t>(height);
     header->biSizeImage = static_cast<uint32_t>(size);
+    if (*output == nullptr && U <= o.stride && spare != nullptr) {
+        return CompactKeptBox(box, o, spare, left, U, height, size, output, outputCapacity);
+    }
     if (*output == nullptr) {
         unsigned char* out = static_cast<unsigned char*>(std::malloc(size));
         if (out == nullptr) {
@@ -362,7 +387,7 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
         SetEmptyResult(header, rect);
         return 1;
     }
-    return WriteKeptBox(box, o, work.get(), output, outputCapacity, header, rect);
+    return WriteKeptBox(box, o, work.get(), output, outputCapacity, header, rect, &work);
 }
 
 int CBmpProcessing::ConvertTo8BppBMP(const unsigned char* bitmap, unsigned int totalSize,

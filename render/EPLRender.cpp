@@ -143,6 +143,7 @@ using kvrender::WorkImage;
 
 constexpr const char* kBeginDump = "/tmp/EplBegin.bmp";
 constexpr const char* kOutputDump = "/tmp/EplOutput.bmp";
+constexpr int16_t kFixedThresholdHalftone = 1;
 constexpr int16_t kAdaptiveHalftone = 4;
 constexpr int kAdaptiveMethod = 0;
 constexpr int kAdaptiveBlock = 64;
@@ -394,6 +395,8 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
         return;
     }
     const uint64_t size = work.Readable();
+    if (ThresholdInPlace(bmp, work, invert))
+        return;
     MallocBuffer dst = kvrender::FilledBuffer(size, kWhite);
     if (!dst)
         return;
@@ -403,6 +406,27 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
     // here on is in it.
     work.buffer = std::move(dst);
     work.bytes = size;
+}
+
+// The fixed threshold (method 1) in the image's own buffer, which saves a
+// page-sized buffer: each pixel depends on itself alone, and the bytes the
+// threshold leaves alone (each row's bytes past the width) are made white,
+// as in the fresh white buffer of the other methods. Returns false, having
+// done nothing, for any other method or an image the threshold would not
+// take whole.
+bool CEPLRender::ThresholdInPlace(CBmpProcessing& bmp, WorkImage& work, bool invert)
+{
+    const bool whole = work.h > 0 && work.w > 0 && work.stride > 0 &&
+                       work.Readable() == static_cast<uint64_t>(work.h) * static_cast<uint64_t>(work.stride);
+    if (m_pOemCfg->sHalftoneMethod != kFixedThresholdHalftone || !whole)
+        return false;
+    unsigned char* image = work.buffer.get();
+    bmp.Dither(kFixedThresholdHalftone, image, image, static_cast<unsigned>(work.h), static_cast<unsigned>(work.w),
+               static_cast<unsigned>(work.stride), 0, invert);
+    const int64_t written = std::min<int64_t>(work.w, work.stride);
+    for (int64_t y = 0; y < work.h; ++y)
+        memset(image + y * work.stride + written, kWhite, static_cast<size_t>(work.stride - written));
+    return true;
 }
 
 // Dashes, packs, positions and hands the page to the emulation, then writes

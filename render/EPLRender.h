@@ -52,6 +52,7 @@ private:
     void FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work);
     void SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels);
     void Halftone(CBmpProcessing& bmp, WorkImage& work);
+    bool ThresholdInPlace(CBmpProcessing& bmp, WorkImage& work, bool invert);
     void SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation, bool lastPage);
     void RestorePageSize(const tagBITMAPINFOHEADER& saved);
     // Writes a debug dump; an exception is logged and the page goes on.

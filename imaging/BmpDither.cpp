@@ -161,6 +161,11 @@ void DiffuseFour(const DitherFrame& f)
             const bool white = v >= kFixedCut;
             const int e = white ? v - kMaxGrey : v;
             out[x] = white ? f.white : f.black;
+            // Pure white and pure black pass no error on; labels are mostly
+            // made of them.
+            if (e == 0) {
+                continue;
+            }
             if (x + 1 < cols) {
                 AddClamped(row[x + 1], e * kFsRight / kFsDivisor);
             }

@@ -112,6 +112,57 @@ TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitFo
     }
 }
 
+namespace {
+
+// Error diffusion (halftone 2) pixel by pixel as its rule states it: below
+// 129 black, the error (value, or value - 255 for white) spread 7/16 right,
+// 3/16 below left, 5/16 below and 1/16 below right, each neighbour clamped
+// to 0..255 as it is changed.
+std::vector<uint8_t> DiffuseFourReference(std::vector<uint8_t> src, int w, int h, int stride)
+{
+    std::vector<uint8_t> dst(src.size(), 255);
+    auto add = [](uint8_t& v, int d) { v = static_cast<uint8_t>(std::clamp(v + d, 0, 255)); };
+    const int cols = std::min(w, stride);
+    for (int y = 0; y < h; ++y) {
+        for (int x = 0; x < cols; ++x) {
+            const int v = src[y * stride + x];
+            const bool white = v >= 129;
+            const int e = white ? v - 255 : v;
+            dst[y * stride + x] = white ? 255 : 0;
+            if (x + 1 < cols)
+                add(src[y * stride + x + 1], e * 7 / 16);
+            if (y + 1 < h) {
+                if (x >= 1)
+                    add(src[(y + 1) * stride + x - 1], e * 3 / 16);
+                add(src[(y + 1) * stride + x], e * 5 / 16);
+                if (x + 1 < cols)
+                    add(src[(y + 1) * stride + x + 1], e * 1 / 16);
+            }
+        }
+    }
+    return dst;
+}
+
+} // namespace
+
+TEST(FastForm, ErrorDiffusionMatchesThePixelByPixelRule)
+{
+    // Pages of white, black and grey areas: most pixels pass no error on.
+    kvtest::RandomImages rnd(707);
+    for (int round = 0; round < 200; ++round) {
+        const int w = rnd.Int(1, 60), h = rnd.Int(1, 20);
+        const int stride = static_cast<int>(Stride(8, w));
+        std::vector<uint8_t> src(static_cast<size_t>(stride) * h);
+        for (auto& b : src) {
+            const int kind = rnd.Int(0, 5);
+            b = kind < 3 ? 255 : kind == 3 ? 0 : rnd.Byte(0, 255);
+        }
+        std::vector<uint8_t> work = src, got(src.size(), 255);
+        CBmpProcessing().Dither(2, work.data(), got.data(), h, w, stride, 0, false);
+        ASSERT_EQ(got, DiffuseFourReference(src, w, h, stride)) << "round " << round;
+    }
+}
+
 TEST(FastForm, ResampleMatchesTheStraightforwardFormBitForBit)
 {
     kvtest::RandomImages rnd(101);

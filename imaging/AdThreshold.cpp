@@ -201,34 +201,51 @@ struct SplitScores {
     bool valid[kvimg::kThresholdCriteria];
 };
 
-// Returns the sum of (h / count) ln(h / count) over bins first..last, empty
-// bins skipped: one class's entropy with its sign flipped.
-double ClassEntropy(const GreyHistogram& h, int first, int last, double count)
+// The occupied bins of a histogram range, in order: the class sums below
+// run over them alone, since an empty bin adds nothing (an entropy term is
+// skipped for it, a moment term is +0.0, which leaves a sum as it is).
+struct OccupiedBins {
+    int bin[kHistogramBins];
+    int count = 0;
+};
+
+OccupiedBins OccupiedIn(const GreyHistogram& h, int lo, int hi)
+{
+    OccupiedBins o;
+    for (int i = lo; i <= hi; ++i) {
+        if (h[i] != 0.0) {
+            o.bin[o.count++] = i;
+        }
+    }
+    return o;
+}
+
+// Returns the sum of (h / count) ln(h / count) over the occupied bins
+// bin[from..to): one class's entropy with its sign flipped.
+double ClassEntropy(const GreyHistogram& h, const OccupiedBins& o, int from, int to, double count)
 {
     double sum = 0.0;
-    for (int i = first; i <= last; ++i) {
-        if (h[i] != 0.0) {
-            const double p = h[i] / count;
-            sum += p * std::log(p);
-        }
+    for (int k = from; k < to; ++k) {
+        const double p = h[o.bin[k]] / count;
+        sum += p * std::log(p);
     }
     return sum;
 }
 
-// Returns the moment-balance value for threshold t: with A and B the second
-// moments of the two classes about t, -|A - B| / (A + B), or 0 when both
-// are 0.
-double MomentBalance(const GreyHistogram& h, int lo, int t, int hi)
+// Returns the moment-balance value for threshold t, whose lower class holds
+// the occupied bins bin[0..split): with A and B the second moments of the
+// two classes about t, -|A - B| / (A + B), or 0 when both are 0.
+double MomentBalance(const GreyHistogram& h, const OccupiedBins& o, int split, int t)
 {
     double below = 0.0;
     double above = 0.0;
-    for (int i = lo; i <= t; ++i) {
-        const double d = static_cast<double>(t - i);
-        below += h[i] * (d * d);
+    for (int k = 0; k < split; ++k) {
+        const double d = static_cast<double>(t - o.bin[k]);
+        below += h[o.bin[k]] * (d * d);
     }
-    for (int i = t + 1; i <= hi; ++i) {
-        const double d = static_cast<double>(i - t);
-        above += h[i] * (d * d);
+    for (int k = split; k < o.count; ++k) {
+        const double d = static_cast<double>(o.bin[k] - t);
+        above += h[o.bin[k]] * (d * d);
     }
     if (below + above > 0.0) {
         return -std::fabs((below - above) / (below + above));
@@ -251,11 +268,19 @@ void AddBin(ClassSums& c, const GreyHistogram& h, int i)
     c.sumSq += h[i] * static_cast<double>(i * i);
 }
 
+// The class entropies of one split; they change only where the split
+// passes an occupied bin, so they are carried over the empty ones.
+struct SplitEntropy {
+    double lower = 0.0;
+    double upper = 0.0;
+};
+
 // Returns the four criteria's values for the split at t: lower class lo..t
-// (sums `lower`), upper class t + 1..hi (sums `all` minus `lower`). Both
-// classes hold pixels, since lo and hi are occupied bins.
-SplitScores ScoreSplit(const GreyHistogram& h, int lo, int t, int hi, const ClassSums& all,
-                       const ClassSums& lower)
+// (sums `lower`, the occupied bins bin[0..split)), upper class t + 1..hi
+// (sums `all` minus `lower`). Both classes hold pixels, since lo and hi are
+// occupied bins.
+SplitScores ScoreSplit(const GreyHistogram& h, const OccupiedBins& o, int split, int t, const ClassSums& all,
+                       const ClassSums& lower, const SplitEntropy& entropy)
 {
     const double c1 = lower.count;
     const double c2 = all.count - c1;
@@ -271,9 +296,9 @@ SplitScores ScoreSplit(const GreyHistogram& h, int lo, int t, int hi, const Clas
     if (s.valid[1]) {
         s.value[1] = c1 * std::log(c1 / std::sqrt(var1)) + c2 * std::log(c2 / std::sqrt(var2));
     }
-    s.value[2] = -ClassEntropy(h, lo, t, c1) - ClassEntropy(h, t + 1, hi, c2);
+    s.value[2] = -entropy.lower - entropy.upper;
     s.valid[2] = true;
-    s.value[3] = MomentBalance(h, lo, t, hi);
+    s.value[3] = MomentBalance(h, o, split, t);
     s.valid[3] = true;
     return s;
 }
@@ -332,12 +357,21 @@ ThresholdCriteria EvaluateThresholdCriteria(const GreyHistogram& h, int lo, int 
     for (int i = lo; i <= hi; ++i) {
         AddBin(all, h, i);
     }
+    const OccupiedBins occupied = OccupiedIn(h, lo, hi);
     ThresholdCriteria best{{kNoThreshold, kNoThreshold, kNoThreshold, kNoThreshold}};
     double bestValue[kThresholdCriteria] = {};
     ClassSums lower{};
+    SplitEntropy entropy;
+    entropy.upper = ClassEntropy(h, occupied, 0, occupied.count, all.count - lower.count);
+    int split = 0;  // occupied bins in the lower class
     for (int t = lo; t < hi; ++t) {
         AddBin(lower, h, t);
-        const SplitScores s = ScoreSplit(h, lo, t, hi, all, lower);
+        if (split < occupied.count && occupied.bin[split] == t) {
+            ++split;
+            entropy.lower = ClassEntropy(h, occupied, 0, split, lower.count);
+            entropy.upper = ClassEntropy(h, occupied, split, occupied.count, all.count - lower.count);
+        }
+        const SplitScores s = ScoreSplit(h, occupied, split, t, all, lower, entropy);
         for (int k = 0; k < kThresholdCriteria; ++k) {
             // Strictly greater: the lowest t keeps a tie.
             if (s.valid[k] && (best.threshold[k] == kNoThreshold || s.value[k] > bestValue[k])) {

@@ -3,6 +3,7 @@
 #include "ReferenceImaging.h"
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 
 namespace kvref {
@@ -365,6 +366,76 @@ tagRECT BlankEdgeScans(const uint8_t* src, int32_t W, int32_t H, int d)
         r.right = r.left + width - 1;
     }
     return r;
+}
+
+namespace {
+
+double EntropyOfClass(const kvimg::GreyHistogram& h, int first, int last, double count)
+{
+    double sum = 0.0;
+    for (int i = first; i <= last; ++i) {
+        if (h[i] != 0.0) {
+            const double p = h[i] / count;
+            sum += p * std::log(p);
+        }
+    }
+    return sum;
+}
+
+double BalanceOfMoments(const kvimg::GreyHistogram& h, int lo, int t, int hi)
+{
+    double below = 0.0;
+    double above = 0.0;
+    for (int i = lo; i <= t; ++i) {
+        const double d = static_cast<double>(t - i);
+        below += h[i] * (d * d);
+    }
+    for (int i = t + 1; i <= hi; ++i) {
+        const double d = static_cast<double>(i - t);
+        above += h[i] * (d * d);
+    }
+    return below + above > 0.0 ? -std::fabs((below - above) / (below + above)) : 0.0;
+}
+
+} // namespace
+
+kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h, int lo, int hi)
+{
+    double allCount = 0.0, allSum = 0.0, allSq = 0.0;
+    for (int i = lo; i <= hi; ++i) {
+        allCount += h[i];
+        allSum += h[i] * i;
+        allSq += h[i] * static_cast<double>(i * i);
+    }
+    kvimg::ThresholdCriteria best{{kvimg::kNoThreshold, kvimg::kNoThreshold, kvimg::kNoThreshold,
+                                   kvimg::kNoThreshold}};
+    double bestValue[kvimg::kThresholdCriteria] = {};
+    double c1 = 0.0, s1 = 0.0, q1 = 0.0;
+    for (int t = lo; t < hi; ++t) {
+        c1 += h[t];
+        s1 += h[t] * t;
+        q1 += h[t] * static_cast<double>(t * t);
+        const double c2 = allCount - c1;
+        const double mean1 = s1 / c1;
+        const double mean2 = (allSum - s1) / c2;
+        const double var1 = q1 / c1 - mean1 * mean1;
+        const double var2 = (allSq - q1) / c2 - mean2 * mean2;
+        double value[kvimg::kThresholdCriteria] = {};
+        bool valid[kvimg::kThresholdCriteria] = {true, var1 > 0.0 && var2 > 0.0, true, true};
+        value[0] = -(var1 * c1 + var2 * c2);
+        if (valid[1]) {
+            value[1] = c1 * std::log(c1 / std::sqrt(var1)) + c2 * std::log(c2 / std::sqrt(var2));
+        }
+        value[2] = -EntropyOfClass(h, lo, t, c1) - EntropyOfClass(h, t + 1, hi, c2);
+        value[3] = BalanceOfMoments(h, lo, t, hi);
+        for (int k = 0; k < kvimg::kThresholdCriteria; ++k) {
+            if (valid[k] && (best.threshold[k] == kvimg::kNoThreshold || value[k] > bestValue[k])) {
+                best.threshold[k] = t;
+                bestValue[k] = value[k];
+            }
+        }
+    }
+    return best;
 }
 
 } // namespace kvref

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <vector>
 
+#include "AdThreshold.h"
 #include "BmpProcessing.h"
 
 namespace kvref {
@@ -44,6 +45,10 @@ void Resample(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t
 // The blank-edge search as four separate scans (columns from the left,
 // rows from the top, columns from the right, rows from the bottom).
 tagRECT BlankEdgeScans(const uint8_t* src, int32_t width, int32_t height, int bitCount);
+
+// The four threshold criteria for every split of bins lo..hi, each class
+// sum taken over every bin of its range.
+kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h, int lo, int hi);
 
 } // namespace kvref
 

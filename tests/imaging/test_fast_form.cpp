@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "AdThreshold.h"
 #include "BmpProcessing.h"
 #include "ImageTestSupport.h"
 #include "ReferenceImaging.h"
@@ -160,6 +161,27 @@ TEST(FastForm, ErrorDiffusionMatchesThePixelByPixelRule)
         std::vector<uint8_t> work = src, got(src.size(), 255);
         CBmpProcessing().Dither(2, work.data(), got.data(), h, w, stride, 0, false);
         ASSERT_EQ(got, DiffuseFourReference(src, w, h, stride)) << "round " << round;
+    }
+}
+
+TEST(FastForm, ThresholdCriteriaOverOccupiedBinsMatchTheSumsOverEveryBin)
+{
+    // Histograms of label blocks (a few grey levels) and of photographs
+    // (most levels), over ranges that may start and end on empty bins.
+    kvtest::RandomImages rnd(808);
+    for (int round = 0; round < 300; ++round) {
+        kvimg::GreyHistogram h{};
+        const int levels = round % 3 == 0 ? rnd.Int(1, 256) : rnd.Int(1, 6);
+        for (int n = 0; n < levels; ++n) {
+            h[rnd.Int(0, 255)] += rnd.Int(1, 4096);
+        }
+        const int lo = rnd.Int(0, 254);
+        const int hi = rnd.Int(lo + 1, 255);
+        const kvimg::ThresholdCriteria got = kvimg::EvaluateThresholdCriteria(h, lo, hi);
+        const kvimg::ThresholdCriteria want = kvref::EvaluateThresholdCriteria(h, lo, hi);
+        for (int k = 0; k < kvimg::kThresholdCriteria; ++k) {
+            ASSERT_EQ(got.threshold[k], want.threshold[k]) << "round " << round << " criterion " << k;
+        }
     }
 }
 

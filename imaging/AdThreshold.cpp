@@ -4,6 +4,7 @@
 #include "AdThreshold.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdlib>
 #include <iterator>
@@ -322,12 +323,29 @@ bool ClipThresholdBlock(const tagRECT* block, int64_t width, int64_t height, Blo
 void BuildGreyHistogram(const unsigned char* image, int64_t stride, const BlockSpan& span,
                         GreyHistogram& histogram)
 {
-    std::fill(std::begin(histogram), std::end(histogram), 0.0);
+    // Whole counts, in four tallies so that runs of one grey (a label is
+    // mostly white) do not wait on one counter. Every count is far below
+    // 2^53, so as a double it is exactly what adding 1.0 per pixel gives.
+    constexpr int kTallies = 4;
+    std::array<uint64_t, static_cast<size_t>(kTallies) * kHistogramBins> tally{};
     for (int64_t y = span.y0; y < span.y1; ++y) {
         const unsigned char* row = image + y * stride;
-        for (int64_t x = span.x0; x < span.x1; ++x) {
-            histogram[row[x]] += 1.0;
+        int64_t x = span.x0;
+        for (; x + kTallies <= span.x1; x += kTallies) {
+            for (int k = 0; k < kTallies; ++k) {
+                ++tally[static_cast<size_t>(k) * kHistogramBins + row[x + k]];
+            }
         }
+        for (; x < span.x1; ++x) {
+            ++tally[row[x]];
+        }
+    }
+    for (int i = 0; i < kHistogramBins; ++i) {
+        uint64_t count = 0;
+        for (int k = 0; k < kTallies; ++k) {
+            count += tally[static_cast<size_t>(k) * kHistogramBins + i];
+        }
+        histogram[i] = static_cast<double>(count);
     }
 }
 

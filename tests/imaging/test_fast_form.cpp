@@ -164,6 +164,26 @@ TEST(FastForm, ErrorDiffusionMatchesThePixelByPixelRule)
     }
 }
 
+TEST(FastForm, GreyHistogramCountsEveryPixelOfItsBlockOnce)
+{
+    kvtest::RandomImages rnd(909);
+    for (int round = 0; round < 200; ++round) {
+        const int w = rnd.Int(1, 70), h = rnd.Int(1, 20);
+        const std::vector<uint8_t> img = round % 2 ? rnd.Image(w, h, 8) : SparseInk(rnd, w, h, 8);
+        const int64_t stride = Stride(8, w);
+        const int64_t x0 = rnd.Int(0, w - 1), y0 = rnd.Int(0, h - 1);
+        const kvimg::BlockSpan span{x0, rnd.Int(static_cast<int>(x0) + 1, w), y0, rnd.Int(static_cast<int>(y0) + 1, h)};
+        kvimg::GreyHistogram got;
+        kvimg::BuildGreyHistogram(img.data(), stride, span, got);
+        kvimg::GreyHistogram want{};
+        for (int64_t y = span.y0; y < span.y1; ++y)
+            for (int64_t x = span.x0; x < span.x1; ++x)
+                want[img[y * stride + x]] += 1.0;
+        for (int i = 0; i < kvimg::kHistogramBins; ++i)
+            ASSERT_EQ(got[i], want[i]) << "round " << round << " bin " << i;
+    }
+}
+
 TEST(FastForm, ThresholdCriteriaOverOccupiedBinsMatchTheSumsOverEveryBin)
 {
     // Histograms of label blocks (a few grey levels) and of photographs

@@ -10,6 +10,7 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <vector>
 
 #include "BmpArith.h"
 
@@ -62,34 +63,6 @@ float ClampWeight(float weight)
     return weight > 1.0f ? 1.0f : weight;
 }
 
-// One bilinear sample of the source at (fx, fy): the rows and columns at the
-// truncated position and the next ones, clamped to the last; all single
-// precision, truncated to a byte.
-unsigned char BilinearSample(const unsigned char* src, int64_t srcWidth, int64_t srcHeight,
-                             int64_t srcStride, float fx, float fy)
-{
-    const int64_t ix = static_cast<int64_t>(fx);
-    const int64_t iy = static_cast<int64_t>(fy);
-    const float dx = fx - static_cast<float>(ix);
-    const float dy = fy - static_cast<float>(iy);
-    // The index clamps only matter if float rounding ever put a position on
-    // the far edge; the weights then fall on two equal samples.
-    const int64_t x0 = std::min(ix, srcWidth - 1);
-    const int64_t y0 = std::min(iy, srcHeight - 1);
-    const int64_t x1 = std::min(srcWidth - 1, ix + 1);
-    const int64_t y1 = std::min(srcHeight - 1, iy + 1);
-    const unsigned char* upper = src + y0 * srcStride;
-    const unsigned char* lower = src + y1 * srcStride;
-    const int p00 = upper[x0];
-    const int p01 = upper[x1];
-    const int p10 = lower[x0];
-    const int p11 = lower[x1];
-    const float a = static_cast<float>(p00) + static_cast<float>(p10 - p00) * dy;
-    const float b = static_cast<float>(p01) + static_cast<float>(p11 - p01) * dy;
-    const float value = a + (b - a) * dx;
-    return kvimg::ClampToByte(kvimg::TruncToInt32(value));
-}
-
 // A bilinear resampling: the source and the full destination size, which
 // fixes the sampling steps.
 struct ResampleJob {
@@ -103,18 +76,53 @@ struct ResampleJob {
 
 // Writes the top-left cropWidth x cropHeight part of the resampled image
 // into rows of outStride bytes. Each pixel depends only on its own position,
-// so a crop holds exactly the values of the full image there.
+// so a crop holds exactly the values of the full image there. Every row
+// samples the same columns, so their positions and weights are worked out
+// once. A sample at (fx, fy) weighs the rows and columns at the truncated
+// position and the next ones (clamped to the last), in single precision,
+// truncated to a byte.
 void ResampleRegion(const ResampleJob& job, int64_t cropWidth, int64_t cropHeight,
                     unsigned char* out, int64_t outStride)
 {
     const float sx = static_cast<float>(job.srcWidth) / static_cast<float>(job.dstWidth);
     const float sy = static_cast<float>(job.srcHeight) / static_cast<float>(job.dstHeight);
+    // The columns fall into runs that sample the same two source columns
+    // (the grid is coarse): per row, a run's two column values are worked
+    // out once and only the weight dx changes along it.
+    struct ColumnRun {
+        int64_t first, end, x0, x1;
+    };
+    std::vector<ColumnRun> runs;
+    std::vector<float> dx(static_cast<size_t>(cropWidth));
+    for (int64_t x = 0; x < cropWidth; ++x) {
+        const float fx = static_cast<float>(x) * sx;
+        const int64_t ix = static_cast<int64_t>(fx);
+        dx[x] = fx - static_cast<float>(ix);
+        const int64_t x0 = std::min(ix, job.srcWidth - 1);
+        const int64_t x1 = std::min(job.srcWidth - 1, ix + 1);
+        if (runs.empty() || runs.back().x0 != x0 || runs.back().x1 != x1) {
+            runs.push_back({x, x, x0, x1});
+        }
+        runs.back().end = x + 1;
+    }
     for (int64_t y = 0; y < cropHeight; ++y) {
         const float fy = static_cast<float>(y) * sy;
+        const int64_t iy = static_cast<int64_t>(fy);
+        const float dy = fy - static_cast<float>(iy);
+        const unsigned char* upper = job.src + std::min(iy, job.srcHeight - 1) * job.srcStride;
+        const unsigned char* lower = job.src + std::min(job.srcHeight - 1, iy + 1) * job.srcStride;
         unsigned char* row = out + y * outStride;
-        for (int64_t x = 0; x < cropWidth; ++x) {
-            const float fx = static_cast<float>(x) * sx;
-            row[x] = BilinearSample(job.src, job.srcWidth, job.srcHeight, job.srcStride, fx, fy);
+        for (const ColumnRun& run : runs) {
+            const int p00 = upper[run.x0];
+            const int p01 = upper[run.x1];
+            const int p10 = lower[run.x0];
+            const int p11 = lower[run.x1];
+            const float a = static_cast<float>(p00) + static_cast<float>(p10 - p00) * dy;
+            const float b = static_cast<float>(p01) + static_cast<float>(p11 - p01) * dy;
+            const float slope = b - a;
+            for (int64_t x = run.first; x < run.end; ++x) {
+                row[x] = kvimg::ClampToByte(kvimg::TruncToInt32(a + slope * dx[x]));
+            }
         }
     }
 }

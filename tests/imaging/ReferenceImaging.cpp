@@ -6,6 +6,8 @@
 #include <cmath>
 #include <cstring>
 
+#include "BmpArith.h"
+
 namespace kvref {
 
 namespace {
@@ -436,6 +438,34 @@ kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h
         }
     }
     return best;
+}
+
+std::vector<uint8_t> BilinearResample(const uint8_t* src, int srcWidth, int srcHeight, int srcStride, int dstWidth,
+                                      int dstHeight)
+{
+    const int64_t stride = (dstWidth + 3) / 4 * 4;
+    std::vector<uint8_t> out(static_cast<size_t>(stride) * dstHeight, 0);
+    const float sx = static_cast<float>(srcWidth) / static_cast<float>(dstWidth);
+    const float sy = static_cast<float>(srcHeight) / static_cast<float>(dstHeight);
+    for (int y = 0; y < dstHeight; ++y) {
+        for (int x = 0; x < dstWidth; ++x) {
+            const float fx = static_cast<float>(x) * sx;
+            const float fy = static_cast<float>(y) * sy;
+            const int64_t ix = static_cast<int64_t>(fx);
+            const int64_t iy = static_cast<int64_t>(fy);
+            const float dx = fx - static_cast<float>(ix);
+            const float dy = fy - static_cast<float>(iy);
+            const int64_t x0 = std::min<int64_t>(ix, srcWidth - 1), x1 = std::min<int64_t>(srcWidth - 1, ix + 1);
+            const int64_t y0 = std::min<int64_t>(iy, srcHeight - 1), y1 = std::min<int64_t>(srcHeight - 1, iy + 1);
+            const int p00 = src[y0 * srcStride + x0], p01 = src[y0 * srcStride + x1];
+            const int p10 = src[y1 * srcStride + x0], p11 = src[y1 * srcStride + x1];
+            const float a = static_cast<float>(p00) + static_cast<float>(p10 - p00) * dy;
+            const float b = static_cast<float>(p01) + static_cast<float>(p11 - p01) * dy;
+            const float value = a + (b - a) * dx;
+            out[y * stride + x] = kvimg::ClampToByte(kvimg::TruncToInt32(value));
+        }
+    }
+    return out;
 }
 
 } // namespace kvref

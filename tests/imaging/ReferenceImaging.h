@@ -50,6 +50,11 @@ tagRECT BlankEdgeScans(const uint8_t* src, int32_t width, int32_t height, int bi
 // sum taken over every bin of its range.
 kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h, int lo, int hi);
 
+// The bilinear resampling of the threshold grid, one sample per output
+// pixel at (x sx, y sy), into rows padded to 4 bytes.
+std::vector<uint8_t> BilinearResample(const uint8_t* src, int srcWidth, int srcHeight, int srcStride, int dstWidth,
+                                      int dstHeight);
+
 } // namespace kvref
 
 #endif

@@ -184,6 +184,25 @@ TEST(FastForm, GreyHistogramCountsEveryPixelOfItsBlockOnce)
     }
 }
 
+TEST(FastForm, ThresholdGridResampleMatchesTheSampleByPixelForm)
+{
+    kvtest::RandomImages rnd(910);
+    for (int round = 0; round < 200; ++round) {
+        const int sw = rnd.Int(1, 20), sh = rnd.Int(1, 20);
+        const int dw = rnd.Int(1, 90), dh = rnd.Int(1, 60);
+        if (sw == dw && sh == dh) {
+            continue;  // equal sizes produce no output
+        }
+        const std::vector<uint8_t> src = rnd.Image(sw, sh, 8);
+        const int stride = static_cast<int>(Stride(8, sw));
+        unsigned char* out = nullptr;
+        ASSERT_EQ(Resample(src.data(), sw, sh, stride, dw, dh, &out), 1);
+        Owned owned(out);
+        const std::vector<uint8_t> want = kvref::BilinearResample(src.data(), sw, sh, stride, dw, dh);
+        ASSERT_EQ(std::vector<uint8_t>(out, out + want.size()), want) << "round " << round;
+    }
+}
+
 TEST(FastForm, ThresholdCriteriaOverOccupiedBinsMatchTheSumsOverEveryBin)
 {
     // Histograms of label blocks (a few grey levels) and of photographs

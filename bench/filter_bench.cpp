@@ -143,28 +143,37 @@ double Millis(const timeval& t)
     return t.tv_sec * 1000.0 + t.tv_usec / 1000.0;
 }
 
+// Starts `argv` (argv[0] a path or a program in PATH) with PPD=`ppd` when
+// not empty, standard input and error on /dev/null and standard output into
+// the file `out`; returns its process id, or -1 when it cannot fork.
+pid_t Spawn(const std::vector<std::string>& argv, const std::string& ppd, const std::string& out)
+{
+    const pid_t pid = fork();
+    if (pid != 0)
+        return pid;
+    const int null = open("/dev/null", O_RDWR);
+    const int file = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    dup2(null, 0);
+    dup2(file, 1);
+    dup2(null, 2);
+    if (!ppd.empty())
+        setenv("PPD", ppd.c_str(), 1);
+    std::vector<char*> args;
+    for (const std::string& a : argv)
+        args.push_back(const_cast<char*>(a.c_str()));
+    args.push_back(nullptr);
+    execvp(args[0], args.data());
+    _exit(127);
+}
+
 // Runs `argv` with PPD=`ppd` (when not empty), standard streams on
 // /dev/null, and measures it.
 Run RunOnce(const std::vector<std::string>& argv, const std::string& ppd)
 {
     const auto start = std::chrono::steady_clock::now();
-    const pid_t pid = fork();
+    const pid_t pid = Spawn(argv, ppd, "/dev/null");
     if (pid < 0)
         throw std::runtime_error("fork failed");
-    if (pid == 0) {
-        const int null = open("/dev/null", O_RDWR);
-        dup2(null, 0);
-        dup2(null, 1);
-        dup2(null, 2);
-        if (!ppd.empty())
-            setenv("PPD", ppd.c_str(), 1);
-        std::vector<char*> args;
-        for (const std::string& a : argv)
-            args.push_back(const_cast<char*>(a.c_str()));
-        args.push_back(nullptr);
-        execv(args[0], args.data());
-        _exit(127);
-    }
     int status = 0;
     struct rusage usage{};
     wait4(pid, &status, 0, &usage);
@@ -224,28 +233,13 @@ struct WorkDir {
     }
 };
 
-// Runs `argv` (a full path) with standard output into `out`; false when it
+// Runs `argv` with standard output into `out`; false when it
 // cannot run or fails.
 bool RunToFile(const std::vector<std::string>& argv, const std::string& out, const std::string& ppd = "")
 {
-    const pid_t pid = fork();
+    const pid_t pid = Spawn(argv, ppd, out);
     if (pid < 0)
         return false;
-    if (pid == 0) {
-        const int null = open("/dev/null", O_RDWR);
-        const int file = open(out.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-        dup2(null, 0);
-        dup2(file, 1);
-        dup2(null, 2);
-        if (!ppd.empty())
-            setenv("PPD", ppd.c_str(), 1);
-        std::vector<char*> args;
-        for (const std::string& a : argv)
-            args.push_back(const_cast<char*>(a.c_str()));
-        args.push_back(nullptr);
-        execvp(args[0], args.data());
-        _exit(127);
-    }
     int status = 0;
     waitpid(pid, &status, 0);
     return WIFEXITED(status) && WEXITSTATUS(status) == 0;

@@ -73,6 +73,44 @@ std::vector<uint8_t> InkRuns(kvtest::RandomImages& rnd, int32_t w, int32_t h)
     return img;
 }
 
+// One call of the output format conversion: the page and the settings.
+struct ConversionCase {
+    const std::vector<uint8_t>& src;
+    int32_t w;
+    int32_t h;
+    uint16_t bits;
+    int orientation;
+    bool tone;  // brightness 15, contrast -20
+    int maxWidth;
+    short crop;
+};
+
+// Expects the fast conversion of `c` by `fast` to give what the
+// straightforward one gives with `plain` (both with the same tables):
+// status, header, rectangle and every output byte.
+void ExpectSameConversion(CBmpProcessing& fast, CBmpProcessing& plain, const ConversionCase& c)
+{
+    tagBITMAPINFOHEADER header = Header(c.w, c.h, c.bits);
+    const tagBITMAPINFOHEADER before = header;
+    tagRECT rect{};
+    unsigned char* out = nullptr;
+    unsigned int cap = 0;
+    const int brightness = c.tone ? 15 : 0, contrast = c.tone ? -20 : 0;
+    const int status = fast.CoverBMP2OutputFormat(c.src.data(), static_cast<unsigned int>(c.src.size()), &out,
+                                                  &cap, &header, &rect, c.orientation, 0, 0,
+                                                  COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, brightness, contrast,
+                                                  c.maxWidth, c.crop);
+    Owned owned(out);
+    const kvref::CoverResult want = kvref::CoverBMP2OutputFormat(plain, c.src.data(), before, c.orientation,
+                                                                 brightness, contrast, c.maxWidth, c.crop);
+    const std::vector<uint8_t> got = out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>();
+    ASSERT_EQ(status, want.status);
+    ASSERT_EQ(std::memcmp(&header, &want.header, sizeof header), 0);
+    ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0);
+    ASSERT_EQ(got, want.pixels) << c.w << "x" << c.h << "@" << c.bits << " o" << c.orientation << " cap "
+                                << c.maxWidth;
+}
+
 } // namespace
 
 TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitForBit)
@@ -93,23 +131,8 @@ TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitFo
             PrepareTones(fast);
             PrepareTones(plain);
         }
-        tagBITMAPINFOHEADER header = Header(w, h, 24);
-        const tagBITMAPINFOHEADER before = header;
-        tagRECT rect{};
-        unsigned char* out = nullptr;
-        unsigned int cap = 0;
-        const int status = fast.CoverBMP2OutputFormat(
-            src.data(), static_cast<unsigned int>(src.size()), &out, &cap, &header, &rect, orientation, 0, 0,
-            COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, tone ? 15 : 0, tone ? -20 : 0, maxWidth, 1);
-        Owned owned(out);
-        const kvref::CoverResult want =
-            kvref::CoverBMP2OutputFormat(plain, src.data(), before, orientation, tone ? 15 : 0, tone ? -20 : 0,
-                                         maxWidth, 1);
-        const std::vector<uint8_t> got = out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>();
-        ASSERT_EQ(status, want.status);
-        ASSERT_EQ(std::memcmp(&header, &want.header, sizeof header), 0) << "round " << round;
-        ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0) << "round " << round;
-        ASSERT_EQ(got, want.pixels) << "round " << round << " " << w << "x" << h << " cap " << maxWidth;
+        ASSERT_NO_FATAL_FAILURE(ExpectSameConversion(fast, plain, {src, w, h, 24, orientation, tone, maxWidth, 1}))
+            << "round " << round;
     }
 }
 
@@ -359,24 +382,9 @@ TEST(FastForm, OutputFormatConversionMatchesTheStraightforwardFormBitForBit)
         CBmpProcessing fast, plain;
         PrepareTones(fast);
         PrepareTones(plain);
-        tagBITMAPINFOHEADER header = Header(w, h, bits);
-        const tagBITMAPINFOHEADER before = header;
-        tagRECT rect{};
-        unsigned char* out = nullptr;
-        unsigned int cap = 0;
-        const int status = fast.CoverBMP2OutputFormat(
-            src.data(), static_cast<unsigned int>(src.size()), &out, &cap, &header, &rect, orientation,
-            0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, tone ? 15 : 0, tone ? -20 : 0,
-            maxWidth, crop);
-        Owned owned(out);
-        const kvref::CoverResult want = kvref::CoverBMP2OutputFormat(
-            plain, src.data(), before, orientation, tone ? 15 : 0, tone ? -20 : 0, maxWidth, crop);
-        const std::vector<uint8_t> got = out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>();
-        ASSERT_EQ(status, want.status);
-        ASSERT_EQ(std::memcmp(&header, &want.header, sizeof header), 0) << "round " << round;
-        ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0) << "round " << round;
-        ASSERT_EQ(got, want.pixels) << "round " << round << " " << w << "x" << h << "@" << bits
-                                    << " o" << orientation << " cap " << maxWidth;
+        ASSERT_NO_FATAL_FAILURE(
+            ExpectSameConversion(fast, plain, {src, w, h, bits, orientation, tone, maxWidth, crop}))
+            << "round " << round;
     }
 }
 

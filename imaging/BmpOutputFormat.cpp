@@ -183,11 +183,12 @@ bool UnturnedCroppedPage(int orientation, int bitCount, const GreyTables& t)
 }
 
 // ConvertPixels for the pages labels come as: unturned 24-bit pages cropped
-// to their content, mostly white. Runs of near-white pixels are passed over
+// to their content, mostly white; with `whitenRows` each work row is made
+// white just before its source row is converted. Runs of near-white pixels are passed over
 // kWhiteRun at a time and the box grows once per row; the result is
 // ConvertPixels' own, pixels beyond the width cap included.
 KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const Oriented& o,
-                          const GreyTables& t, unsigned char* work)
+                          const GreyTables& t, unsigned char* work, bool whitenRows)
 {
     KeptBox box;
     const int64_t S = BmpRowStride(24, W);
@@ -195,6 +196,9 @@ KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const 
     for (int64_t y = 0; y < H; ++y) {
         const unsigned char* row = src + y * S;
         unsigned char* out = work + y * o.stride;
+        if (whitenRows) {
+            std::memset(out, 255, static_cast<size_t>(o.stride));
+        }
         int64_t first = -1, last = -1;
         for (int64_t x = 0; x < o.cols;) {
             if (x + kWhiteRun <= o.cols && AllNearWhite(row + 3 * x, 3 * kWhiteRun)) {
@@ -375,14 +379,19 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
     if (!work) {
         return 0;
     }
-    std::memset(work.get(), 255, static_cast<size_t>(workBytes));
-
     GreyTables tables;
     const bool light = (brightness != 0 || contrast != 0) && readable;
     PrepareTables(tables, light, m_LightTable, m_LevelsTable[0], cropWhite != 0);
-    const KeptBox box = UnturnedCroppedPage(orientation, bitCount, tables)
-                            ? ConvertUnturned24(src, W, H, o, tables, work.get())
-                            : ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get());
+    // The work image starts white. A page within the width cap writes each
+    // work row only while converting its own source row, so the unturned
+    // conversion whitens each row just before it (while the row is in the
+    // cache); otherwise the whole image is whitened first.
+    const bool unturned = UnturnedCroppedPage(orientation, bitCount, tables);
+    const bool rowByRow = unturned && W <= o.cols;
+    std::memset(work.get() + (rowByRow ? o.rows * o.stride : 0), 255,
+                static_cast<size_t>(rowByRow ? kWorkSpare : workBytes));
+    const KeptBox box = unturned ? ConvertUnturned24(src, W, H, o, tables, work.get(), rowByRow)
+                                 : ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get());
     if (box.maxCol < 0) {
         SetEmptyResult(header, rect);
         return 1;

@@ -26,31 +26,8 @@ trap 'rm -rf "$work"' EXIT
 
 # The label: a Code 128 tracking number, a QR code, address text and rules,
 # as shipping labels have them.
-barcode -E -e 128 -n -b "1Z4X9Q2R7T0W5E8Y3U" -g 230x80+0+0 | grep -v '^%%' >"$work/code128.eps"
-qrencode -t EPS -s 1 -m 0 -o - "https://example.invalid/track/1Z4X9Q2R7T0W5E8Y3U" | grep -v '^%%' >"$work/qr.eps"
-page() {
-    cat <<EOF
-%%Page: $1 $1
-/Helvetica-Bold findfont 14 scalefont setfont
-20 400 moveto (SHIP TO:) show
-/Helvetica findfont 12 scalefont setfont
-20 384 moveto (ACME WAREHOUSE, DOCK 4) show
-20 370 moveto (1200 INDUSTRIAL PARKWAY) show
-20 356 moveto (SPRINGFIELD 62704) show
-2 setlinewidth 10 340 moveto 278 340 lineto stroke 10 150 moveto 278 150 lineto stroke
-save 29 220 translate
-EOF
-    cat "$work/code128.eps"
-    echo "restore save 190 30 translate 2.5 dup scale"
-    cat "$work/qr.eps"
-    echo "restore showpage"
-}
 for labels in 1 50; do
-    {
-        echo "%!PS-Adobe-3.0"
-        echo "<</PageSize[288 432]>>setpagedevice"
-        for n in $(seq 1 "$labels"); do page "$n"; done
-    } >"$work/label-$labels.ps"
+    bench/shipping-label.sh "$labels" "$work/label-$labels.ps"
     gs -q -dSAFER -dBATCH -dNOPAUSE -sDEVICE=pdfwrite -o "$work/label-$labels.pdf" "$work/label-$labels.ps"
 done
 

@@ -150,6 +150,54 @@ private:
     uint64_t m_m;
 };
 
+// True when source row y holds pixels of the whitening rectangle.
+bool RowIsWhitened(const ShrinkJob& job, uint32_t y)
+{
+    int64_t first = 0, last = 0;
+    WhitenedSpan(job.whiten, y, job.srcWidth, first, last);
+    return first <= last;
+}
+
+// Makes `line` the sums of source rows [from, to). Rows of 24- and 8-bit
+// sources without whitened pixels are summed straight into the sums, up
+// to three at a time, so each sum is written once per three rows rather
+// than read and written once per row; other rows are added one by one.
+void SumRows(const ShrinkJob& job, uint32_t from, uint32_t to, RowSums& line)
+{
+    uint32_t* sums = line.sums.data();
+    const int64_t n = int64_t{line.perPixel} * job.srcWidth;
+    bool plain = job.srcBpp != 0;
+    for (uint32_t y = from; y < to && plain; ++y) {
+        plain = !RowIsWhitened(job, y);
+    }
+    if (!plain) {
+        std::fill(line.sums.begin(), line.sums.end(), 0);
+        for (uint32_t y = from; y < to; ++y) {
+            AddRow(job, y, line);
+        }
+        return;
+    }
+    auto row = [&](uint32_t y) { return job.src + uint64_t{y} * job.srcStride; };
+    uint32_t y = from;
+    const unsigned char* __restrict r0 = row(y);
+    if (to - from >= 3) {
+        const unsigned char* __restrict r1 = row(y + 1);
+        const unsigned char* __restrict r2 = row(y + 2);
+        for (int64_t i = 0; i < n; ++i) {
+            sums[i] = uint32_t{r0[i]} + r1[i] + r2[i];
+        }
+        y += 3;
+    } else {
+        for (int64_t i = 0; i < n; ++i) {
+            sums[i] = r0[i];
+        }
+        y += 1;
+    }
+    for (; y < to; ++y) {
+        AddBytes(sums, row(y), 0, n, 0);
+    }
+}
+
 // Dividers for the pixel counts of one destination row: its columns'
 // source column counts times the rows it averages.
 class RowDividers {
@@ -281,17 +329,15 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
     line.sums.assign(uint64_t{line.perPixel} * job.srcWidth, 0);
     Carried carried;
     uint64_t error = 0;
-    uint32_t rows = 0;
+    uint32_t first = 0;
     uint32_t dstRow = 0;
     for (uint32_t y = 0; y < job.srcHeight; ++y) {
-        AddRow(job, y, line);
-        ++rows;
         error += job.dstHeight;
         if (error >= job.srcHeight) {
             error -= job.srcHeight;
-            WriteRow(job, plan, rows, line, dstRow, lightTable, levels, dividers, carried);
-            std::fill(line.sums.begin(), line.sums.end(), 0);
-            rows = 0;
+            SumRows(job, first, y + 1, line);
+            WriteRow(job, plan, y + 1 - first, line, dstRow, lightTable, levels, dividers, carried);
+            first = y + 1;
             ++dstRow;
         }
     }

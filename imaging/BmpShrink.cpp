@@ -23,6 +23,7 @@ uint32_t BytesPerPixel(uint32_t bitCount)
 struct ColumnPlan {
     std::vector<uint32_t> pixels;     // source columns per destination column
     std::vector<uint32_t> firstOf;    // first source column of each destination column
+    bool oneOrTwo = false;            // every destination column has one or two
 };
 
 ColumnPlan PlanColumns(uint32_t srcWidth, uint32_t dstWidth)
@@ -41,6 +42,7 @@ ColumnPlan PlanColumns(uint32_t srcWidth, uint32_t dstWidth)
             error -= srcWidth;
         }
     }
+    plan.oneOrTwo = std::all_of(plan.pixels.begin(), plan.pixels.end(), [](uint32_t p) { return p == 1 || p == 2; });
     return plan;
 }
 
@@ -245,6 +247,22 @@ private:
 void WritePlainRow24(const ShrinkJob& job, const ColumnPlan& plan, const uint32_t* sums,
                      const std::vector<uint64_t>& multiplier, unsigned char* out, Carried& v)
 {
+    if (plan.oneOrTwo) {
+        // Every column averages one or two source columns (shrinks by less
+        // than two, such as 300 to 203 dpi): the second is added times 0
+        // or 1, which the sums' spare zeros make safe to read at the end.
+        const uint64_t m1 = multiplier[1];
+        const uint64_t m2 = multiplier.size() > 2 ? multiplier[2] : 0;
+        for (uint32_t c = 0; c < job.dstWidth; ++c) {
+            const uint32_t* p = sums + 3 * plan.firstOf[c];
+            const uint32_t two = plan.pixels[c] - 1;
+            const uint64_t m = two ? m2 : m1;
+            out[3 * c] = v.first = static_cast<uint8_t>(((p[0] + two * p[3]) * m) >> 32);
+            out[3 * c + 1] = v.second = static_cast<uint8_t>(((p[1] + two * p[4]) * m) >> 32);
+            out[3 * c + 2] = v.third = static_cast<uint8_t>(((p[2] + two * p[5]) * m) >> 32);
+        }
+        return;
+    }
     for (uint32_t c = 0; c < job.dstWidth; ++c) {
         const uint32_t pixels = plan.pixels[c];
         if (pixels != 0) {
@@ -326,7 +344,10 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
 {
     RowSums line{{}, job.srcBpp == 3 ? 3u : 1u};
     RowDividers dividers(plan);
-    line.sums.assign(uint64_t{line.perPixel} * job.srcWidth, 0);
+    // Three spare zeros after the sums: a pixel's neighbour may be read
+    // and added times zero.
+    constexpr uint64_t kSpare = 3;
+    line.sums.assign(uint64_t{line.perPixel} * job.srcWidth + kSpare, 0);
     Carried carried;
     uint64_t error = 0;
     uint32_t first = 0;

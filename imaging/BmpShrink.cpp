@@ -253,14 +253,24 @@ void WritePlainRow24(const ShrinkJob& job, const ColumnPlan& plan, const uint32_
         // or 1, which the sums' spare zeros make safe to read at the end.
         const uint64_t m1 = multiplier[1];
         const uint64_t m2 = multiplier.size() > 2 ? multiplier[2] : 0;
+        const uint32_t* __restrict first = plan.firstOf.data();
+        const uint32_t* __restrict pixels = plan.pixels.data();
+        unsigned char* __restrict o = out;
+        uint8_t c0 = v.first, c1 = v.second, c2 = v.third;
         for (uint32_t c = 0; c < job.dstWidth; ++c) {
-            const uint32_t* p = sums + 3 * plan.firstOf[c];
-            const uint32_t two = plan.pixels[c] - 1;
+            const uint32_t* p = sums + 3 * first[c];
+            const uint32_t two = pixels[c] - 1;
             const uint64_t m = two ? m2 : m1;
-            out[3 * c] = v.first = static_cast<uint8_t>(((p[0] + two * p[3]) * m) >> 32);
-            out[3 * c + 1] = v.second = static_cast<uint8_t>(((p[1] + two * p[4]) * m) >> 32);
-            out[3 * c + 2] = v.third = static_cast<uint8_t>(((p[2] + two * p[5]) * m) >> 32);
+            c0 = static_cast<uint8_t>(((p[0] + two * p[3]) * m) >> 32);
+            c1 = static_cast<uint8_t>(((p[1] + two * p[4]) * m) >> 32);
+            c2 = static_cast<uint8_t>(((p[2] + two * p[5]) * m) >> 32);
+            o[3 * c] = c0;
+            o[3 * c + 1] = c1;
+            o[3 * c + 2] = c2;
         }
+        v.first = c0;
+        v.second = c1;
+        v.third = c2;
         return;
     }
     for (uint32_t c = 0; c < job.dstWidth; ++c) {

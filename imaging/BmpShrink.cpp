@@ -162,7 +162,7 @@ bool RowIsWhitened(const ShrinkJob& job, uint32_t y)
 
 // Makes `line` the sums of source rows [from, to). Rows of 24- and 8-bit
 // sources without whitened pixels are summed straight into the sums, up
-// to three at a time, so each sum is written once per three rows rather
+// to three at a time (two or one when the group has no more), so each sum is written once per three rows rather
 // than read and written once per row; other rows are added one by one.
 void SumRows(const ShrinkJob& job, uint32_t from, uint32_t to, RowSums& line)
 {
@@ -189,6 +189,12 @@ void SumRows(const ShrinkJob& job, uint32_t from, uint32_t to, RowSums& line)
             sums[i] = uint32_t{r0[i]} + r1[i] + r2[i];
         }
         y += 3;
+    } else if (to - from == 2) {
+        const unsigned char* __restrict r1 = row(y + 1);
+        for (int64_t i = 0; i < n; ++i) {
+            sums[i] = uint32_t{r0[i]} + r1[i];
+        }
+        y += 2;
     } else {
         for (int64_t i = 0; i < n; ++i) {
             sums[i] = r0[i];

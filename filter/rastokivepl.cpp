@@ -9,9 +9,6 @@
 #endif
 #include <sys/stat.h>
 #include <unistd.h>
-#if defined(__x86_64__) || defined(__i386__)
-#include <tmmintrin.h>
-#endif
 
 #include <algorithm>
 #include <cstdint>
@@ -35,6 +32,8 @@ volatile sig_atomic_t Canceled = 0;
 tagOEMCFG g_oemCfg;
 _DEVMODE g_devMode;
 _OEMPDEV g_oemPDEV;
+// The held page's red-blue swap, when it waits for the renderer.
+kvrender::DeferredSwap g_heldSwap;
 
 namespace {
 
@@ -117,6 +116,22 @@ void AttachRecords(CEPLRender& render)
     render.SetOemCfgPointer(&g_oemCfg);
     render.SetDevModePointer(&g_devMode);
     render.SetOemPdevPointer(&g_oemPDEV);
+    render.SetDeferredSwap(&g_heldSwap);
+}
+
+// Whether the page of `header` may be held with red and blue as the raster
+// sends them, the renderer swapping them after it shrinks the page: a
+// 24-bit page laid out exactly as the first page (which the renderer reads
+// it as) that the renderer will shrink.
+bool SwapAfterShrinking(const cups_page_header2_t& header, const PageGeometry& first)
+{
+    constexpr unsigned kRgbBits = 24;
+    const bool plainRgb = header.cupsBitsPerPixel == kRgbBits && uint64_t{header.cupsBytesPerLine} == 3ull * header.cupsWidth;
+    if (!plainRgb || !(PageGeometry::Of(header) == first))
+        return false;
+    CEPLRender render;
+    AttachRecords(render);
+    return render.ShrinksHeldPage();
 }
 
 // Renders the held page; returns the renderer's result.
@@ -217,7 +232,8 @@ LoopResult RunPageLoop(const JobContext& job)
             break;
         g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);
         ReleaseHeldPage(&g_oemPDEV);
-        if (!ReadPageIntoHeldBuffer(job.ras, header, &g_oemPDEV)) {
+        const bool deferSwap = SwapAfterShrinking(header, first);
+        if (!ReadPageIntoHeldBuffer(job.ras, header, &g_oemPDEV, !deferSwap)) {
             PutSpoolerMessage(SpoolerLevel::kError, "Not enough memory for the buffer of page %d", page);
             result.failed = true;
             break;
@@ -368,42 +384,9 @@ uint64_t PageStride(const cups_page_header2_t& header)
     return ((uint64_t(header.cupsBitsPerPixel) * header.cupsWidth + 31) >> 5) * 4;
 }
 
-namespace {
-
-#if defined(__x86_64__) || defined(__i386__)
-// Swaps the first `groups` groups four at a time (16 bytes read, the 12 of
-// the four groups written back, so that no read overlaps the write before
-// it) while at least six are left, so no access passes the last group.
-// Returns the groups done.
-__attribute__((target("ssse3"))) uint64_t SwapRedBlueFourAtATime(unsigned char* line, uint64_t groups)
-{
-    const __m128i order = _mm_setr_epi8(2, 1, 0, 5, 4, 3, 8, 7, 6, 11, 10, 9, 12, 13, 14, 15);
-    constexpr uint64_t kStep = 4;
-    constexpr uint64_t kGroupsRead = 6;  // 16 bytes reach into the sixth group
-    uint64_t i = 0;
-    for (; i + kGroupsRead <= groups; i += kStep) {
-        unsigned char* at = line + 3 * i;
-        const __m128i swapped = _mm_shuffle_epi8(_mm_loadu_si128(reinterpret_cast<const __m128i*>(at)), order);
-        _mm_storel_epi64(reinterpret_cast<__m128i*>(at), swapped);
-        const int32_t last = _mm_cvtsi128_si32(_mm_srli_si128(swapped, 8));
-        memcpy(at + 8, &last, sizeof last);
-    }
-    return i;
-}
-#endif
-
-}  // namespace
-
 void SwapRedBlue(unsigned char* line, uint64_t lineBytes, uint64_t width)
 {
-    uint64_t groups = std::min(width, lineBytes / 3);
-    uint64_t i = 0;
-#if defined(__x86_64__) || defined(__i386__)
-    if (__builtin_cpu_supports("ssse3"))
-        i = SwapRedBlueFourAtATime(line, groups);
-#endif
-    for (; i < groups; ++i)
-        std::swap(line[3 * i], line[3 * i + 2]);
+    kvrender::SwapRedBlue(line, lineBytes, width);
 }
 
 void ReleaseHeldPage(_OEMPDEV* pdev)
@@ -432,7 +415,7 @@ uint64_t PageBytes(uint64_t stride, uint64_t rows)
 
 }  // namespace
 
-bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev)
+bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev, bool swap)
 {
     uint64_t stride = PageStride(header);
     uint64_t ownBytes = PageBytes(stride, header.cupsHeight);
@@ -463,13 +446,15 @@ bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& heade
         unsigned char* in = direct ? dst : line.get();
         if (cupsRasterReadPixels(ras, in, header.cupsBytesPerLine) == 0)
             break;
-        SwapRedBlue(in, lineBytes, header.cupsWidth);
+        if (swap)
+            SwapRedBlue(in, lineBytes, header.cupsWidth);
         if (direct)
             memset(dst + lineBytes, 0, stride - lineBytes);
         else
             memcpy(dst, in, stride);
     }
     memset(buffer + row * stride, 0, size - row * stride);
+    g_heldSwap = {!swap, header.cupsHeight, stride, lineBytes, header.cupsWidth};
     return true;
 }
 

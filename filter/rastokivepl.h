@@ -51,8 +51,11 @@ void SwapRedBlue(unsigned char* line, uint64_t lineBytes, uint64_t width);
 // as large as the first page's geometry in `pdev->bmInfoHeader` needs, so a
 // smaller later page is still read safely with that geometry; missing rows
 // of a short page stay zero. Returns false, with no buffer held, when the
-// buffer cannot be had.
-bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev);
+// buffer cannot be had. Red and blue are swapped as each row arrives unless
+// `swap` is false; then the page waits in raster order, and what the swap
+// needs is in the held page's deferred swap (see CEPLRender).
+bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev,
+                            bool swap = true);
 
 // Releases the held page buffer, if any.
 void ReleaseHeldPage(_OEMPDEV* pdev);

@@ -78,6 +78,16 @@ void CEPLRender::SetOemPdevPointer(_OEMPDEV* pdev)
     m_pOemPdev = pdev;
 }
 
+void CEPLRender::SetDeferredSwap(kvrender::DeferredSwap* swap)
+{
+    m_pSwap = swap;
+}
+
+bool CEPLRender::ShrinksHeldPage() const
+{
+    return m_pOemCfg && m_pDevMode && m_pOemPdev && PlanScale().shrink;
+}
+
 int32_t CEPLRender::SendCommand(unsigned char* data, unsigned int size, unsigned char, wchar_t*)
 {
     if (!m_pOemCfg)
@@ -191,34 +201,68 @@ MallocBuffer Rescale(CBmpProcessing& bmp, bool shrink, const unsigned char* src,
 
 // Brings the held page to the output resolution, replacing the held buffer
 // and its header. Both factors below 1 shrink; anything else resamples.
+// The page's size at the printer's resolution and whether scaling is a
+// shrink (both factors below one); no scaling for equal resolutions, an
+// absurd raster resolution (0) or a size that does not fit.
+CEPLRender::ScalePlan CEPLRender::PlanScale() const
+{
+    const tagBITMAPINFOHEADER& page = m_pOemPdev->bmInfoHeader;
+    ScalePlan plan;
+    if (m_pDevMode->dmPrintQuality == 0 || m_pDevMode->dmYResolution == 0)
+        return plan;  // an absurd raster resolution: keep the page as it came
+    const double sx = static_cast<double>(m_pOemCfg->sOutputXDPI) / m_pDevMode->dmPrintQuality;
+    const double sy = static_cast<double>(m_pOemCfg->sOutputYDPI) / m_pDevMode->dmYResolution;
+    if (sx == 1.0 && sy == 1.0)
+        return plan;
+    plan.width = static_cast<int64_t>(std::trunc(page.biWidth * sx));
+    plan.height = static_cast<int64_t>(std::trunc(page.biHeight * sy));
+    plan.bytes = plan.height * 4 * ((plan.width * page.biBitCount + 31) / 32);
+    if (plan.width < 0 || plan.height < 0 || plan.bytes > int64_t(UINT32_MAX))
+        return plan;
+    plan.scale = true;
+    plan.shrink = sx < 1.0 && sy < 1.0;
+    return plan;
+}
+
+// Makes the held page's pending red-blue swap, in place.
+void CEPLRender::SwapHeldPageIfPending()
+{
+    if (!m_pSwap || !m_pSwap->pending)
+        return;
+    kvrender::SwapRedBlueRows(m_pOemPdev->pBufStart, *m_pSwap);
+    m_pSwap->pending = false;
+}
+
 void CEPLRender::ScaleToOutputResolution(CBmpProcessing& bmp)
 {
     _OEMPDEV& pdev = *m_pOemPdev;
     tagBITMAPINFOHEADER& page = pdev.bmInfoHeader;
-    if (m_pDevMode->dmPrintQuality == 0 || m_pDevMode->dmYResolution == 0)
-        return;  // an absurd raster resolution: keep the page as it came
-    const double sx = static_cast<double>(m_pOemCfg->sOutputXDPI) / m_pDevMode->dmPrintQuality;
-    const double sy = static_cast<double>(m_pOemCfg->sOutputYDPI) / m_pDevMode->dmYResolution;
-    if (sx == 1.0 && sy == 1.0)
+    const ScalePlan plan = PlanScale();
+    // A pending swap waits for a shrink, whose smaller result it is made on.
+    if (!plan.shrink)
+        SwapHeldPageIfPending();
+    if (!plan.scale)
         return;
-    const int64_t newW = static_cast<int64_t>(std::trunc(page.biWidth * sx));
-    const int64_t newH = static_cast<int64_t>(std::trunc(page.biHeight * sy));
-    const int64_t newBytes = newH * 4 * ((newW * page.biBitCount + 31) / 32);
-    if (newW < 0 || newH < 0 || newBytes > int64_t(UINT32_MAX))
-        return;
-    const bool shrink = sx < 1.0 && sy < 1.0;
-    MallocBuffer scaled = Rescale(bmp, shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
+    MallocBuffer scaled = Rescale(bmp, plan.shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
                                   static_cast<uint32_t>(BmpRowStride(page.biBitCount, page.biWidth)),
-                                  static_cast<uint32_t>(newW), static_cast<uint32_t>(newH),
-                                  static_cast<uint64_t>(newBytes), 0, tagColorCFG{});
-    if (!scaled)
+                                  static_cast<uint32_t>(plan.width), static_cast<uint32_t>(plan.height),
+                                  static_cast<uint64_t>(plan.bytes), 0, tagColorCFG{});
+    if (!scaled) {
+        SwapHeldPageIfPending();
         return;
+    }
+    if (m_pSwap && m_pSwap->pending) {
+        const uint64_t stride = static_cast<uint64_t>(BmpRowStride(page.biBitCount, static_cast<int32_t>(plan.width)));
+        const uint64_t width = static_cast<uint64_t>(plan.width);
+        kvrender::SwapRedBlueRows(scaled.get(), {true, static_cast<uint64_t>(plan.height), stride, 3 * width, width});
+        m_pSwap->pending = false;
+    }
     free(pdev.pBufStart);
     pdev.pBufStart = scaled.release();
-    pdev.dwBufSize = static_cast<uint32_t>(newBytes);
-    page.biSizeImage = static_cast<uint32_t>(newBytes);
-    page.biWidth = static_cast<int32_t>(newW);
-    page.biHeight = static_cast<int32_t>(newH);
+    pdev.dwBufSize = static_cast<uint32_t>(plan.bytes);
+    page.biSizeImage = static_cast<uint32_t>(plan.bytes);
+    page.biWidth = static_cast<int32_t>(plan.width);
+    page.biHeight = static_cast<int32_t>(plan.height);
 }
 
 // Writes a debug dump, logging instead of failing when it throws.

@@ -12,6 +12,7 @@
 
 namespace kvrender {
 struct WorkImage;
+struct DeferredSwap;
 }
 
 class CEPLRender {
@@ -23,6 +24,12 @@ public:
     void SetOemCfgPointer(tagOEMCFG* cfg);
     void SetDevModePointer(_DEVMODE* devMode);
     void SetOemPdevPointer(_OEMPDEV* pdev);
+    // The held page's pending red-blue swap, owned by the job loop; none
+    // unless set. The renderer makes the swap and clears `pending`.
+    void SetDeferredSwap(kvrender::DeferredSwap* swap);
+    // True when rendering shrinks the held page to the printer's
+    // resolution (the raster is finer in both directions).
+    bool ShrinksHeldPage() const;
 
     // Writes `size` bytes of `data` to standard output in one buffered write.
     // Returns 1 when any byte was written, 0 otherwise or when no job has
@@ -46,6 +53,16 @@ private:
     using WorkImage = kvrender::WorkImage;
 
     // Page pipeline steps, in the order TransCommand runs them.
+    // The scaling of the held page to the printer's resolution.
+    struct ScalePlan {
+        bool scale = false;
+        bool shrink = false;
+        int64_t width = 0;
+        int64_t height = 0;
+        int64_t bytes = 0;
+    };
+    ScalePlan PlanScale() const;
+    void SwapHeldPageIfPending();
     void ScaleToOutputResolution(CBmpProcessing& bmp);
     void FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels);
     void AutoRotate(CBmpProcessing& bmp, WorkImage& work);
@@ -69,6 +86,7 @@ private:
     tagOEMCFG* m_pOemCfg;   // null: no job set up
     _DEVMODE* m_pDevMode;
     _OEMPDEV* m_pOemPdev;
+    kvrender::DeferredSwap* m_pSwap = nullptr;
 };
 
 #endif

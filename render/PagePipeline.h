@@ -59,6 +59,25 @@ struct WorkImage {
     unsigned char* Writable();
 };
 
+// Exchanges the first and third byte of the first `width` three-byte groups
+// of `line` (RGB pixels become BGR), never past `lineBytes`.
+void SwapRedBlue(unsigned char* line, uint64_t lineBytes, uint64_t width);
+
+// A held 24-bit page read as the raster sends it (red first), whose red and
+// blue are still to be exchanged, row by row as the job loop would have:
+// the renderer does it after shrinking the page, on far fewer bytes, since
+// averaging treats the three channels alike, or before any other step.
+struct DeferredSwap {
+    bool pending = false;
+    uint64_t rows = 0;
+    uint64_t stride = 0;     // bytes from one row to the next
+    uint64_t lineBytes = 0;  // bytes of each row that the swap may touch
+    uint64_t width = 0;      // pixels (three-byte groups) to swap per row
+};
+
+// SwapRedBlue on each of `page.rows` rows of `image`.
+void SwapRedBlueRows(unsigned char* image, const DeferredSwap& page);
+
 // A fresh buffer of `size` bytes (at least one) filled with `fill`; null
 // when memory is short.
 MallocBuffer FilledBuffer(uint64_t size, unsigned char fill);

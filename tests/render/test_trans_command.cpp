@@ -4,11 +4,13 @@
 
 #include <cstdio>
 #include <cstring>
+#include <random>
 #include <string>
 #include <vector>
 
 #include "BmpProcessing.h"
 #include "EPLRender.h"
+#include "PagePipeline.h"
 #include "PpdWriter.h"
 #include "StdoutCapture.h"
 
@@ -51,16 +53,22 @@ struct PageJob {
     ~PageJob() { free(pdev.pBufStart); }
 
     // Runs the pipeline; returns its result and what it wrote.
-    std::pair<bool, std::string> Render(bool lastPage = false, bool logOn = false)
+    std::pair<bool, std::string> Render(bool lastPage = false, bool logOn = false,
+                                        kvrender::DeferredSwap* swap = nullptr)
     {
         StdoutCapture capture;
         CEPLRender render;
         render.SetOemCfgPointer(&cfg);
         render.SetDevModePointer(&devMode);
         render.SetOemPdevPointer(&pdev);
+        if (swap)
+            render.SetDeferredSwap(swap);
         bool result = render.TransCommand(lastPage, logOn);
         return {result, capture.Take()};
     }
+
+    // The held page's bytes.
+    std::vector<unsigned char> Page() const { return {pdev.pBufStart, pdev.pBufStart + pdev.dwBufSize}; }
 };
 
 // A horizontal grey ramp, so that the scaling operations differ.
@@ -254,3 +262,29 @@ TEST(TransCommand, LogOffWritesNoDumps)
     EXPECT_FALSE(FileExists("/tmp/EplBegin.bmp"));
     EXPECT_FALSE(FileExists("/tmp/EplOutput.bmp"));
 }
+
+TEST(TransCommand, RedBlueSwapLeftToTheRendererPrintsAsTheSwapMadeOnReading)
+{
+    // Pages of random colours (the grey conversion weighs red and blue
+    // differently): held with the swap made, and held as the raster sends
+    // them with the swap left to the renderer, for a shrink, resamplings and
+    // equal resolutions. Both print the same and leave the same held page.
+    std::mt19937 random(42);
+    const int16_t dpis[] = {609, 406, 300, 203, 135};
+    for (int16_t dpi : dpis) {
+        const int32_t w = 37 + dpi / 20, h = 29 + dpi / 30;
+        PageJob eager(w, h, dpi, 203, 0), deferred(w, h, dpi, 203, 0);
+        for (uint32_t i = 0; i < deferred.pdev.dwBufSize; ++i)
+            deferred.pdev.pBufStart[i] = static_cast<unsigned char>(random());
+        const uint64_t stride = static_cast<uint64_t>(BmpRowStride(24, w));
+        kvrender::DeferredSwap swap{true, static_cast<uint64_t>(h), stride, 3ull * w, static_cast<uint64_t>(w)};
+        memcpy(eager.pdev.pBufStart, deferred.pdev.pBufStart, deferred.pdev.dwBufSize);
+        kvrender::SwapRedBlueRows(eager.pdev.pBufStart, swap);
+        const auto want = eager.Render();
+        const auto got = deferred.Render(false, false, &swap);
+        EXPECT_FALSE(swap.pending) << dpi << " dpi";
+        EXPECT_EQ(got, want) << dpi << " dpi";
+        EXPECT_EQ(deferred.Page(), eager.Page()) << dpi << " dpi";
+    }
+}
+

@@ -111,6 +111,34 @@ void ExpectSameConversion(CBmpProcessing& fast, CBmpProcessing& plain, const Con
                                 << c.maxWidth;
 }
 
+// One shrink: the source, its size and depth, the destination's, the tone
+// and the whitening rectangle.
+struct ShrinkCase {
+    const std::vector<uint8_t>& src;
+    uint32_t sw, sh, sbits, dw, dh, dbits;
+    tagColorCFG tone;
+    tagRECT whiten;
+};
+
+// Expects the fast shrink of `c` to write what the straightforward one
+// writes, both with the same tone tables, into destinations of one
+// prefilled value.
+void ExpectSameShrink(const ShrinkCase& c)
+{
+    const uint32_t size = Stride(c.dbits, c.dw) * c.dh;
+    CBmpProcessing fast, plain;
+    PrepareTones(fast);
+    PrepareTones(plain);
+    std::vector<uint8_t> got(size, 7), want(size, 7);
+    unsigned char* out = got.data();
+    ASSERT_EQ(fast.InvoicQIShrinkImg2(c.sw, c.sh, c.sbits, Stride(c.sbits, c.sw), c.src.data(), nullptr, c.dw, c.dh,
+                                      c.dbits, &out, nullptr, size, c.tone, 0, c.tone, 0, c.whiten),
+              1);
+    kvref::Shrink(plain, c.sw, c.sh, c.sbits, Stride(c.sbits, c.sw), c.src.data(), c.dw, c.dh, c.dbits, want.data(),
+                  size, c.tone, c.whiten);
+    ASSERT_EQ(got, want) << c.sw << "x" << c.sh << "@" << c.sbits << " -> " << c.dw << "x" << c.dh << "@" << c.dbits;
+}
+
 } // namespace
 
 TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitForBit)
@@ -314,18 +342,7 @@ TEST(FastForm, ShrinkMatchesTheStraightforwardFormBitForBit)
             whiten = tagRECT{5, 5, 4, 4};
         }
         const std::vector<uint8_t> src = rnd.Image(sw, sh, sbits);
-        const uint32_t size = Stride(dbits, dw) * dh;
-        CBmpProcessing fast, plain;
-        PrepareTones(fast);
-        PrepareTones(plain);
-        std::vector<uint8_t> got(size, 7), want(size, 7);
-        unsigned char* out = got.data();
-        ASSERT_EQ(fast.InvoicQIShrinkImg2(sw, sh, sbits, Stride(sbits, sw), src.data(), nullptr, dw, dh,
-                                          dbits, &out, nullptr, size, tone, 0, tone, 0, whiten),
-                  1);
-        kvref::Shrink(plain, sw, sh, sbits, Stride(sbits, sw), src.data(), dw, dh, dbits, want.data(),
-                      size, tone, whiten);
-        ASSERT_EQ(got, want) << sw << "x" << sh << "@" << sbits << " -> " << dw << "x" << dh << "@" << dbits;
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten}));
     }
 }
 
@@ -353,18 +370,7 @@ TEST(FastForm, ShrinkByWholeAndPrinterRatiosMatchesTheStraightforwardFormBitForB
         const tagRECT whiten =
             round % 2 ? tagRECT{0, 0, 0, 0} : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
         const std::vector<uint8_t> src = rnd.Int(0, 1) ? rnd.Image(sw, sh, sbits) : SparseInk(rnd, sw, sh, sbits);
-        const uint32_t size = Stride(dbits, dw) * dh;
-        CBmpProcessing fast, plain;
-        PrepareTones(fast);
-        PrepareTones(plain);
-        std::vector<uint8_t> got(size, 7), want(size, 7);
-        unsigned char* out = got.data();
-        ASSERT_EQ(fast.InvoicQIShrinkImg2(sw, sh, sbits, Stride(sbits, sw), src.data(), nullptr, dw, dh, dbits, &out,
-                                          nullptr, size, tone, 0, tone, 0, whiten),
-                  1);
-        kvref::Shrink(plain, sw, sh, sbits, Stride(sbits, sw), src.data(), dw, dh, dbits, want.data(), size, tone,
-                      whiten);
-        ASSERT_EQ(got, want) << sw << "x" << sh << "@" << sbits << " -> " << dw << "x" << dh << "@" << dbits;
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten}));
     }
 }
 

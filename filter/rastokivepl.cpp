@@ -120,18 +120,14 @@ void AttachRecords(CEPLRender& render)
 }
 
 // Whether the page of `header` may be held with red and blue as the raster
-// sends them, the renderer swapping them after it shrinks the page: a
-// 24-bit page laid out exactly as the first page (which the renderer reads
-// it as) that the renderer will shrink.
-bool SwapAfterShrinking(const cups_page_header2_t& header, const PageGeometry& first)
+// sends them, the renderer making the swap where it costs least (after a
+// shrink, or inside the grey conversion): a 24-bit page laid out exactly as
+// the first page, which the renderer reads it as.
+bool SwapInRenderer(const cups_page_header2_t& header, const PageGeometry& first)
 {
     constexpr unsigned kRgbBits = 24;
     const bool plainRgb = header.cupsBitsPerPixel == kRgbBits && uint64_t{header.cupsBytesPerLine} == 3ull * header.cupsWidth;
-    if (!plainRgb || !(PageGeometry::Of(header) == first))
-        return false;
-    CEPLRender render;
-    AttachRecords(render);
-    return render.ShrinksHeldPage();
+    return plainRgb && PageGeometry::Of(header) == first;
 }
 
 // Renders the held page; returns the renderer's result.
@@ -232,7 +228,7 @@ LoopResult RunPageLoop(const JobContext& job)
             break;
         g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);
         ReleaseHeldPage(&g_oemPDEV);
-        const bool deferSwap = SwapAfterShrinking(header, first);
+        const bool deferSwap = SwapInRenderer(header, first);
         if (!ReadPageIntoHeldBuffer(job.ras, header, &g_oemPDEV, !deferSwap)) {
             PutSpoolerMessage(SpoolerLevel::kError, "Not enough memory for the buffer of page %d", page);
             result.failed = true;

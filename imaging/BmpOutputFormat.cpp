@@ -90,6 +90,7 @@ struct GreyTables {
     uint8_t channel[256];    // 24-bit source: light (if on) then levels
     uint8_t black[3];        // mapped channels of (0, 0, 0): light keeps black
     bool cropWhite;
+    bool redFirst;           // 24-bit pixels are red, green, blue (else blue first)
 };
 
 // Grey of a non-near-white pixel from its three mapped channels.
@@ -141,6 +142,19 @@ inline int16_t GreyOf24(const GreyTables& t, uint8_t b, uint8_t g, uint8_t r)
     return GreyOfMapped(t.channel[r], t.channel[g], t.channel[b]);
 }
 
+// Grey of the 24-bit pixel at `p`, red first or blue first.
+template <bool RedFirst>
+inline int16_t GreyOfPixel24(const GreyTables& t, const unsigned char* p)
+{
+    return RedFirst ? GreyOf24(t, p[2], p[1], p[0]) : GreyOf24(t, p[0], p[1], p[2]);
+}
+
+// Grey of the 24-bit pixel at `p` in the tables' channel order.
+inline int16_t GreyOfPixel24(const GreyTables& t, const unsigned char* p)
+{
+    return t.redFirst ? GreyOfPixel24<true>(t, p) : GreyOfPixel24<false>(t, p);
+}
+
 // Records a kept pixel in the box and stores it in the work image. Pixels
 // beyond the width cap widen only the rows, yet are still stored whenever
 // their linear index falls inside the work image (so they can land at the
@@ -187,6 +201,7 @@ bool UnturnedCroppedPage(int orientation, int bitCount, const GreyTables& t)
 // white just before its source row is converted. Runs of near-white pixels are passed over
 // kWhiteRun at a time and the box grows once per row; the result is
 // ConvertPixels' own, pixels beyond the width cap included.
+template <bool RedFirst>
 KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const Oriented& o,
                           const GreyTables& t, unsigned char* work, bool whitenRows)
 {
@@ -208,7 +223,7 @@ KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const 
             const int64_t end = std::min(o.cols, x + kWhiteRun);
             for (; x < end; ++x) {
                 const unsigned char* p = row + 3 * x;
-                const int16_t grey = GreyOf24(t, p[0], p[1], p[2]);
+                const int16_t grey = GreyOfPixel24<RedFirst>(t, p);
                 if (grey != kSkipped) {
                     first = first < 0 ? x : first;
                     last = x;
@@ -224,7 +239,7 @@ KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const 
         }
         for (int64_t x = o.cols; x < W; ++x) {
             const unsigned char* p = row + 3 * x;
-            const int16_t grey = GreyOf24(t, p[0], p[1], p[2]);
+            const int16_t grey = GreyOfPixel24<RedFirst>(t, p);
             if (grey != kSkipped) {
                 KeepPixel(box, work, workSize, o.cols, x, y, y * o.stride + x, grey);
             }
@@ -254,7 +269,7 @@ KeptBox ConvertPixels(const unsigned char* src, int64_t W, int64_t H, int bitCou
                 grey = t.grey8[row[x]];
             } else if (bitCount == 24) {
                 const unsigned char* p = row + 3 * x;
-                grey = GreyOf24(t, p[0], p[1], p[2]);
+                grey = GreyOfPixel24(t, p);
             } else {
                 grey = otherGrey;
             }
@@ -382,6 +397,7 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
     GreyTables tables;
     const bool light = (brightness != 0 || contrast != 0) && readable;
     PrepareTables(tables, light, m_LightTable, m_LevelsTable[0], cropWhite != 0);
+    tables.redFirst = m_redFirst;
     // The work image starts white. A page within the width cap writes each
     // work row only while converting its own source row, so the unturned
     // conversion whitens each row just before it (while the row is in the
@@ -390,8 +406,9 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
     const bool rowByRow = unturned && W <= o.cols;
     std::memset(work.get() + (rowByRow ? o.rows * o.stride : 0), 255,
                 static_cast<size_t>(rowByRow ? kWorkSpare : workBytes));
-    const KeptBox box = unturned ? ConvertUnturned24(src, W, H, o, tables, work.get(), rowByRow)
-                                 : ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get());
+    const KeptBox box = !unturned        ? ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get())
+                        : tables.redFirst ? ConvertUnturned24<true>(src, W, H, o, tables, work.get(), rowByRow)
+                                          : ConvertUnturned24<false>(src, W, H, o, tables, work.get(), rowByRow);
     if (box.maxCol < 0) {
         SetEmptyResult(header, rect);
         return 1;

@@ -199,6 +199,13 @@ public:
     int Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height,
                unsigned int width, unsigned int stride, unsigned int, bool invert);
 
+    // ---- Source channel order of the output conversion ----
+
+    // Whether the 24-bit pages the output conversion reads hold red first
+    // (as a CUPS raster sends them) instead of blue first; off by default.
+    void SetRedFirstSource(bool redFirst) { m_redFirst = redFirst; }
+    bool RedFirstSource() const { return m_redFirst; }
+
     // ---- Tone data, in this order ----
 
     COLORLEVELSITEM m_ColorLevels[kLevelsChannels] = {};
@@ -207,6 +214,8 @@ public:
     int16_t m_LightTable[kToneEntries] = {};
 
 private:
+    bool m_redFirst = false;
+
     // Whether a bound image can be read: buffer present, positive size and
     // a depth of 8 or 24 bits.
     bool HasReadableImage() const;

@@ -83,11 +83,6 @@ void CEPLRender::SetDeferredSwap(kvrender::DeferredSwap* swap)
     m_pSwap = swap;
 }
 
-bool CEPLRender::ShrinksHeldPage() const
-{
-    return m_pOemCfg && m_pDevMode && m_pOemPdev && PlanScale().shrink;
-}
-
 int32_t CEPLRender::SendCommand(unsigned char* data, unsigned int size, unsigned char, wchar_t*)
 {
     if (!m_pOemCfg)
@@ -233,16 +228,52 @@ void CEPLRender::SwapHeldPageIfPending()
     m_pSwap->pending = false;
 }
 
+// True when the grey conversion is the first step to read a held page that
+// is still in raster order, so that it may read it so: no page dump, print
+// mode 1 (the first conversion reads the page), or print mode 0 with no
+// automatic rotation and no fitting to the printable width before the
+// second conversion (which then reads the page in place).
+bool CEPLRender::ConversionTakesHeldPageAsSent(bool logOn) const
+{
+    if (!m_pSwap || !m_pSwap->pending || logOn)
+        return false;
+    const tagOEMCFG& cfg = *m_pOemCfg;
+    if (cfg.sPaperMode == 1)
+        return true;
+    if (cfg.sPaperMode != 0)
+        return false;
+    const int32_t w = m_pOemPdev->bmInfoHeader.biWidth;
+    const int32_t h = m_pOemPdev->bmInfoHeader.biHeight;
+    if (kvrender::AutoRotationCode(w, h, cfg.sOutputXDPI, cfg.sOutputYDPI, cfg.sMaxOutputWidth, cfg.sAutoRotate90))
+        return false;
+    const uint32_t maxDots = static_cast<uint32_t>(kvrender::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
+    return !(cfg.sSavePaper == 1 && maxDots < static_cast<uint32_t>(w));
+}
+
+// After a conversion of the held page: a page it read in raster order
+// counts as swapped (nothing reads it again), unless the conversion gave
+// nothing, when the page is swapped for the steps that then read it.
+void CEPLRender::HeldPageConverted(CBmpProcessing& bmp, bool gaveImage)
+{
+    if (!bmp.RedFirstSource())
+        return;
+    bmp.SetRedFirstSource(false);
+    if (gaveImage && m_pSwap)
+        m_pSwap->pending = false;
+    SwapHeldPageIfPending();
+}
+
 void CEPLRender::ScaleToOutputResolution(CBmpProcessing& bmp)
 {
     _OEMPDEV& pdev = *m_pOemPdev;
     tagBITMAPINFOHEADER& page = pdev.bmInfoHeader;
     const ScalePlan plan = PlanScale();
-    // A pending swap waits for a shrink, whose smaller result it is made on.
-    if (!plan.shrink)
-        SwapHeldPageIfPending();
     if (!plan.scale)
         return;
+    // A pending swap waits for a shrink, whose smaller result it is made on;
+    // a resampling reads the page swapped.
+    if (!plan.shrink)
+        SwapHeldPageIfPending();
     MallocBuffer scaled = Rescale(bmp, plan.shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
                                   static_cast<uint32_t>(BmpRowStride(page.biBitCount, page.biWidth)),
                                   static_cast<uint32_t>(plan.width), static_cast<uint32_t>(plan.height),
@@ -287,6 +318,13 @@ bool CEPLRender::TransCommand(bool lastPage, bool logOn)
     const tagBITMAPINFOHEADER savedHeader = pdev.bmInfoHeader;
     CBmpProcessing bmp;
     ScaleToOutputResolution(bmp);
+    // A held page still in raster order goes to the grey conversion as it
+    // is when the conversion is the first step to read it; otherwise it is
+    // swapped now.
+    const bool redFirst = ConversionTakesHeldPageAsSent(logOn);
+    if (!redFirst)
+        SwapHeldPageIfPending();
+    bmp.SetRedFirstSource(redFirst);
 
     WorkImage work;
     work.header = pdev.bmInfoHeader;
@@ -333,6 +371,7 @@ void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orien
         bmp.CoverBMP2OutputFormat(pdev.pBufStart, pdev.dwBufSize, &out, &capacity, &work.header, &work.rect,
                                   orientation, 0, 0, levels, cfg.sMirror != 0, cfg.nBrightness, cfg.nContrast,
                                   kvrender::MmToDots(kvrender::kConversionMaxWidthMm, cfg.sOutputXDPI), 1);
+        HeldPageConverted(bmp, out != nullptr);
         TakeBuffer(work, out, capacity);
         return;
     }
@@ -408,6 +447,7 @@ void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orie
                               &work.header, &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0,
                               cfg.nBrightness, cfg.nContrast,
                               kvrender::MmToDots(kvrender::kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
+    HeldPageConverted(bmp, out != nullptr);
     TakeBuffer(work, out, capacity);
     work.Measure(false);
 }

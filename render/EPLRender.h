@@ -27,9 +27,6 @@ public:
     // The held page's pending red-blue swap, owned by the job loop; none
     // unless set. The renderer makes the swap and clears `pending`.
     void SetDeferredSwap(kvrender::DeferredSwap* swap);
-    // True when rendering shrinks the held page to the printer's
-    // resolution (the raster is finer in both directions).
-    bool ShrinksHeldPage() const;
 
     // Writes `size` bytes of `data` to standard output in one buffered write.
     // Returns 1 when any byte was written, 0 otherwise or when no job has
@@ -63,6 +60,8 @@ private:
     };
     ScalePlan PlanScale() const;
     void SwapHeldPageIfPending();
+    bool ConversionTakesHeldPageAsSent(bool logOn) const;
+    void HeldPageConverted(CBmpProcessing& bmp, bool gaveImage);
     void ScaleToOutputResolution(CBmpProcessing& bmp);
     void FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels);
     void AutoRotate(CBmpProcessing& bmp, WorkImage& work);

@@ -164,6 +164,39 @@ TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitFo
     }
 }
 
+TEST(FastForm, RedFirstConversionEqualsTheConversionOfTheSwappedPage)
+{
+    kvtest::RandomImages rnd(616);
+    for (int round = 0; round < 300; ++round) {
+        const int32_t w = rnd.Int(1, 120), h = rnd.Int(1, 12);
+        const int orientation = rnd.Int(0, 4);
+        const int maxWidth = rnd.Int(0, 1) ? w + 10 : rnd.Int(1, w + 1);
+        const std::vector<uint8_t> sent = round % 2 ? InkRuns(rnd, w, h) : rnd.Image(w, h, 24);
+        std::vector<uint8_t> swapped = sent;
+        const uint32_t stride = Stride(24, w);
+        for (int32_t y = 0; y < h; ++y)
+            for (int32_t x = 0; x < w; ++x)
+                std::swap(swapped[y * stride + 3 * x], swapped[y * stride + 3 * x + 2]);
+        CBmpProcessing fast, plain;
+        fast.SetRedFirstSource(true);
+        tagBITMAPINFOHEADER header = Header(w, h, 24);
+        const tagBITMAPINFOHEADER before = header;
+        tagRECT rect{};
+        unsigned char* out = nullptr;
+        unsigned int cap = 0;
+        const short crop = static_cast<short>(rnd.Int(0, 1));
+        const int status = fast.CoverBMP2OutputFormat(sent.data(), static_cast<unsigned int>(sent.size()), &out, &cap,
+                                                      &header, &rect, orientation, 0, 0,
+                                                      COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0, maxWidth, crop);
+        Owned owned(out);
+        const kvref::CoverResult want =
+            kvref::CoverBMP2OutputFormat(plain, swapped.data(), before, orientation, 0, 0, maxWidth, crop);
+        ASSERT_EQ(status, want.status) << "round " << round;
+        ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0) << "round " << round;
+        ASSERT_EQ(out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>(), want.pixels) << "round " << round;
+    }
+}
+
 namespace {
 
 // Error diffusion (halftone 2) pixel by pixel as its rule states it: below

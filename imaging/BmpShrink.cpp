@@ -284,10 +284,17 @@ void WritePlainRow24(const ShrinkJob& job, const ColumnPlan& plan, const uint32_
         if (pixels != 0) {
             const uint32_t* p = sums + 3 * plan.firstOf[c];
             uint32_t s0 = 0, s1 = 0, s2 = 0;
-            for (uint32_t x = 0; x < pixels; ++x, p += 3) {
-                s0 += p[0];
-                s1 += p[1];
-                s2 += p[2];
+            if (pixels == 3) {
+                // The common column of a shrink to a third.
+                s0 = p[0] + p[3] + p[6];
+                s1 = p[1] + p[4] + p[7];
+                s2 = p[2] + p[5] + p[8];
+            } else {
+                for (uint32_t x = 0; x < pixels; ++x, p += 3) {
+                    s0 += p[0];
+                    s1 += p[1];
+                    s2 += p[2];
+                }
             }
             const uint64_t m = multiplier[pixels];
             v.first = static_cast<uint8_t>((s0 * m) >> 32);

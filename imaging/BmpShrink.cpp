@@ -222,30 +222,26 @@ public:
         }
         m_rows = rows;
         m_byPixels.clear();
+        m_multipliers.clear();
+        m_allExact = true;
         for (uint32_t p = 0; p <= m_maxPixels; ++p) {
             m_byPixels.emplace_back(p * rows);
+            m_multipliers.push_back(m_byPixels.back().Multiplier());
+            m_allExact = m_allExact && (p == 0 || m_byPixels.back().Exact());
         }
     }
     const CountDivider& ForPixels(uint32_t pixels) const { return m_byPixels[pixels]; }
     // True when every count of the row divides by multiplying.
-    bool AllExact() const
-    {
-        return std::all_of(m_byPixels.begin() + 1, m_byPixels.end(), [](const CountDivider& d) { return d.Exact(); });
-    }
+    bool AllExact() const { return m_allExact; }
     // The multipliers by source column count (index 0 unused).
-    std::vector<uint64_t> Multipliers() const
-    {
-        std::vector<uint64_t> m;
-        for (const CountDivider& d : m_byPixels) {
-            m.push_back(d.Multiplier());
-        }
-        return m;
-    }
+    const std::vector<uint64_t>& Multipliers() const { return m_multipliers; }
 
 private:
     uint32_t m_maxPixels;
     uint32_t m_rows = 0;
     std::vector<CountDivider> m_byPixels;
+    std::vector<uint64_t> m_multipliers;
+    bool m_allExact = true;
 };
 
 // WriteRow for the common case of a 24-bit source and destination without

@@ -407,6 +407,18 @@ TEST(FastForm, ShrinkByWholeAndPrinterRatiosMatchesTheStraightforwardFormBitForB
     }
 }
 
+TEST(FastForm, ShrinkAveragingMoreThan4103PixelsDividesAsTheStraightforwardForm)
+{
+    // Counts from 4104 on are past what the multiplying division is exact
+    // for; such averages are divided plainly.
+    kvtest::RandomImages rnd(323);
+    const uint32_t cases[][4] = {{100, 60, 1, 1}, {130, 80, 2, 1}, {70, 70, 1, 1}};
+    for (const auto& c : cases) {
+        const std::vector<uint8_t> src = rnd.Image(c[0], c[1], 24);
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, c[0], c[1], 24, c[2], c[3], 24, kTones[0], tagRECT{0, 0, 0, 0}}));
+    }
+}
+
 TEST(FastForm, OutputFormatConversionMatchesTheStraightforwardFormBitForBit)
 {
     kvtest::RandomImages rnd(404);

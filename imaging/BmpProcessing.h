@@ -199,12 +199,17 @@ public:
     int Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height,
                unsigned int width, unsigned int stride, unsigned int, bool invert);
 
-    // ---- Source channel order of the output conversion ----
+    // ---- Channel order ----
 
     // Whether the 24-bit pages the output conversion reads hold red first
     // (as a CUPS raster sends them) instead of blue first; off by default.
     void SetRedFirstSource(bool redFirst) { m_redFirst = redFirst; }
     bool RedFirstSource() const { return m_redFirst; }
+    // Whether the shrink writes its 24-bit destinations with the first and
+    // third channels exchanged, so that a red-first page comes out blue
+    // first without another pass; off by default. The averages treat the
+    // channels alike, so this equals swapping the result afterwards.
+    void SetSwappedShrinkOutput(bool swapped) { m_swappedShrink = swapped; }
 
     // ---- Tone data, in this order ----
 
@@ -215,6 +220,7 @@ public:
 
 private:
     bool m_redFirst = false;
+    bool m_swappedShrink = false;
 
     // Whether a bound image can be read: buffer present, positive size and
     // a depth of 8 or 24 bits.

@@ -1,7 +1,12 @@
 // Box-averaging shrink of an 8- or 24-bit image in one pass over the source
 // rows, with the light and levels steps applied to each averaged pixel.
 #include <algorithm>
+#include <cstring>
 #include <vector>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 #include "BmpArith.h"
 #include "BmpProcessing.h"
@@ -67,7 +72,17 @@ struct ShrinkJob {
     unsigned char* dst;
     tagColorCFG color;
     tagRECT whiten;
+    bool swapOut;  // 24-bit destination pixels written third channel first
 };
+
+// Writes one 24-bit destination pixel, its channels exchanged when the job
+// asks for it.
+inline void Put24(const ShrinkJob& job, unsigned char* out, uint8_t a, uint8_t b, uint8_t c)
+{
+    out[0] = job.swapOut ? c : a;
+    out[1] = b;
+    out[2] = job.swapOut ? a : c;
+}
 
 // Sums per source byte (per source pixel for 8-bit and other depths) of
 // the source rows that make one destination row. Rows are added byte by
@@ -266,9 +281,7 @@ void WritePlainRow24(const ShrinkJob& job, const ColumnPlan& plan, const uint32_
             c0 = static_cast<uint8_t>(((p[0] + two * p[3]) * m) >> 32);
             c1 = static_cast<uint8_t>(((p[1] + two * p[4]) * m) >> 32);
             c2 = static_cast<uint8_t>(((p[2] + two * p[5]) * m) >> 32);
-            o[3 * c] = c0;
-            o[3 * c + 1] = c1;
-            o[3 * c + 2] = c2;
+            Put24(job, o + 3 * c, c0, c1, c2);
         }
         v.first = c0;
         v.second = c1;
@@ -297,9 +310,7 @@ void WritePlainRow24(const ShrinkJob& job, const ColumnPlan& plan, const uint32_
             v.second = static_cast<uint8_t>((s1 * m) >> 32);
             v.third = static_cast<uint8_t>((s2 * m) >> 32);
         }
-        out[3 * c] = v.first;
-        out[3 * c + 1] = v.second;
-        out[3 * c + 2] = v.third;
+        Put24(job, out + 3 * c, v.first, v.second, v.third);
     }
 }
 
@@ -348,11 +359,141 @@ void WriteRow(const ShrinkJob& job, const ColumnPlan& plan, uint32_t rows, const
         if (job.dstBitCount == 8) {
             out[c] = kvimg::GreyOf(v.third, v.second, v.first);
         } else if (job.dstBitCount == 24) {
-            out[3 * c] = v.first;
-            out[3 * c + 1] = v.second;
-            out[3 * c + 2] = v.third;
+            Put24(job, out + 3 * c, v.first, v.second, v.third);
         }
     }
+}
+
+// Shrinks by less than two in both directions (300 to 203 dpi) average
+// one, two or four pixels: powers of two, so dividing is shifting, and the
+// sums of a destination pixel fit sixteen bits. Such rows of a 24-bit page
+// without tone steps or whitened pixels are made straight from their one
+// or two source rows, with no row sums in between.
+struct PairPlan {
+    std::vector<uint32_t> at;  // first source byte of each destination column
+    std::vector<uint8_t> two;  // 1 when the column averages two source columns
+    uint32_t wide = 0;         // leading columns that may read eight source bytes and write four
+    bool usable = false;
+};
+
+// The pair plan of `job`; not usable when the job is not such a shrink.
+PairPlan PlanPairs(const ShrinkJob& job, const ColumnPlan& plan)
+{
+    PairPlan pairs;
+    const bool light = job.color.brightness != 0 || job.color.contrast != 0;
+    pairs.usable = plan.oneOrTwo && job.srcBpp == 3 && job.dstBitCount == 24 && !light &&
+                   !kvimg::LevelsSwitchOn(job.color.levels);
+    if (!pairs.usable) {
+        return pairs;
+    }
+    pairs.at.resize(job.dstWidth);
+    pairs.two.resize(job.dstWidth);
+    for (uint32_t c = 0; c < job.dstWidth; ++c) {
+        pairs.at[c] = 3 * plan.firstOf[c];
+        pairs.two[c] = static_cast<uint8_t>(plan.pixels[c] - 1);
+    }
+    // The last column writes exactly its three bytes, and no column reads
+    // past its row's pixels.
+    const uint64_t rowBytes = 3 * uint64_t{job.srcWidth};
+    while (pairs.wide + 1 < job.dstWidth && pairs.at[pairs.wide] + uint64_t{8} <= rowBytes) {
+        ++pairs.wide;
+    }
+    return pairs;
+}
+
+#if defined(__SSE2__)
+// Columns [0, count) of a paired row, one pixel per step: the eight bytes
+// from the column's first source pixel hold it and the next, which is
+// moved onto it and added when the column has two; the sum is shifted by
+// the count's power of two. Each step stores four bytes, the fourth
+// rewritten by the next column.
+template <bool TwoRows, bool Swap>
+void PairedColumnsSse2(const unsigned char* r0, const unsigned char* r1, const PairPlan& pairs, uint32_t count,
+                       uint32_t rowShift, unsigned char* out)
+{
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i keep[2] = {_mm_setzero_si128(), _mm_set1_epi32(-1)};
+    const __m128i shift[2] = {_mm_cvtsi32_si128(static_cast<int>(rowShift)),
+                              _mm_cvtsi32_si128(static_cast<int>(rowShift + 1))};
+    const uint32_t* at = pairs.at.data();
+    const uint8_t* two = pairs.two.data();
+    for (uint32_t c = 0; c < count; ++c) {
+        __m128i s = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r0 + at[c])), zero);
+        if (TwoRows) {
+            s = _mm_add_epi16(s, _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r1 + at[c])), zero));
+        }
+        s = _mm_add_epi16(s, _mm_and_si128(_mm_srli_si128(s, 6), keep[two[c]]));
+        s = _mm_srl_epi16(s, shift[two[c]]);
+        if (Swap) {
+            s = _mm_shufflelo_epi16(s, _MM_SHUFFLE(3, 0, 1, 2));
+        }
+        const uint32_t pixel = static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(s, s)));
+        memcpy(out + 3 * uint64_t{c}, &pixel, 4);
+    }
+}
+
+// The leading columns of a paired row done four bytes at a time; returns
+// how many.
+uint32_t PairedColumnsWide(const ShrinkJob& job, const unsigned char* r0, const unsigned char* r1,
+                           const PairPlan& pairs, uint32_t rowShift, unsigned char* out)
+{
+    if (r1 != nullptr) {
+        job.swapOut ? PairedColumnsSse2<true, true>(r0, r1, pairs, pairs.wide, rowShift, out)
+                    : PairedColumnsSse2<true, false>(r0, r1, pairs, pairs.wide, rowShift, out);
+    } else {
+        job.swapOut ? PairedColumnsSse2<false, true>(r0, r1, pairs, pairs.wide, rowShift, out)
+                    : PairedColumnsSse2<false, false>(r0, r1, pairs, pairs.wide, rowShift, out);
+    }
+    return pairs.wide;
+}
+#else
+uint32_t PairedColumnsWide(const ShrinkJob&, const unsigned char*, const unsigned char*, const PairPlan&, uint32_t,
+                           unsigned char*)
+{
+    return 0;
+}
+#endif
+
+// Destination column c of a paired row, channel by channel; `v` gets its
+// averages.
+void PairedColumn(const ShrinkJob& job, const unsigned char* r0, const unsigned char* r1, const PairPlan& pairs,
+                  uint32_t c, uint32_t rowShift, unsigned char* out, Carried& v)
+{
+    const uint32_t at = pairs.at[c];
+    const uint32_t two = pairs.two[c];
+    uint8_t average[3];
+    for (uint32_t k = 0; k < 3; ++k) {
+        uint32_t sum = r0[at + k] + (two ? r0[at + 3 + k] : 0u);
+        if (r1 != nullptr) {
+            sum += r1[at + k] + (two ? r1[at + 3 + k] : 0u);
+        }
+        average[k] = static_cast<uint8_t>(sum >> (rowShift + two));
+    }
+    v = Carried{average[0], average[1], average[2]};
+    Put24(job, out + 3 * uint64_t{c}, average[0], average[1], average[2]);
+}
+
+// Writes destination row `row` from source rows [from, from + rows) when
+// the pair plan covers them; false, writing nothing, otherwise.
+bool WritePairedRow(const ShrinkJob& job, const PairPlan& pairs, uint32_t from, uint32_t rows, uint32_t row,
+                    Carried& v)
+{
+    if (!pairs.usable || rows > 2) {
+        return false;
+    }
+    for (uint32_t y = from; y < from + rows; ++y) {
+        if (RowIsWhitened(job, y)) {
+            return false;
+        }
+    }
+    const unsigned char* r0 = job.src + uint64_t{from} * job.srcStride;
+    const unsigned char* r1 = rows == 2 ? r0 + job.srcStride : nullptr;
+    unsigned char* out = job.dst + uint64_t{row} * job.dstStride;
+    const uint32_t rowShift = rows - 1;
+    for (uint32_t c = PairedColumnsWide(job, r0, r1, pairs, rowShift, out); c < job.dstWidth; ++c) {
+        PairedColumn(job, r0, r1, pairs, c, rowShift, out, v);
+    }
+    return true;
 }
 
 // Runs the shrink of one source: rows are added until the row error
@@ -367,6 +508,7 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
     // and added times zero.
     constexpr uint64_t kSpare = 3;
     line.sums.assign(uint64_t{line.perPixel} * job.srcWidth + kSpare, 0);
+    const PairPlan pairs = PlanPairs(job, plan);
     Carried carried;
     uint64_t error = 0;
     uint32_t first = 0;
@@ -375,8 +517,10 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
         error += job.dstHeight;
         if (error >= job.srcHeight) {
             error -= job.srcHeight;
-            SumRows(job, first, y + 1, line);
-            WriteRow(job, plan, y + 1 - first, line, dstRow, lightTable, levels, dividers, carried);
+            if (!WritePairedRow(job, pairs, first, y + 1 - first, dstRow, carried)) {
+                SumRows(job, first, y + 1, line);
+                WriteRow(job, plan, y + 1 - first, line, dstRow, lightTable, levels, dividers, carried);
+            }
             first = y + 1;
             ++dstRow;
         }
@@ -411,7 +555,7 @@ int CBmpProcessing::InvoicQIShrinkImg2(uint32_t srcWidth, uint32_t srcHeight,
     }
     const ColumnPlan plan = PlanColumns(srcWidth, dstWidth);
     ShrinkJob job{srcWidth, srcHeight, srcStride, srcBpp, src, dstWidth, dstHeight,
-                  dstStride, dstBitCount, *dst, color, whiten};
+                  dstStride, dstBitCount, *dst, color, whiten, m_swappedShrink};
     Shrink(job, plan, m_LightTable, m_LevelsTable[0]);
     if (src2 != nullptr) {
         // The second source runs in step with the first; nothing is shared

@@ -118,17 +118,30 @@ struct ShrinkCase {
     uint32_t sw, sh, sbits, dw, dh, dbits;
     tagColorCFG tone;
     tagRECT whiten;
+    bool swapped;  // fast form writes 24-bit pixels third channel first
 };
 
+// Exchanges the first and third channels of every pixel of a 24-bit image.
+void SwapFirstAndThird(std::vector<uint8_t>& image, uint32_t w, uint32_t h)
+{
+    for (uint32_t y = 0; y < h; ++y) {
+        uint8_t* row = image.data() + uint64_t{y} * Stride(24, w);
+        for (uint32_t x = 0; x < w; ++x) {
+            std::swap(row[3 * x], row[3 * x + 2]);
+        }
+    }
+}
+
 // Expects the fast shrink of `c` to write what the straightforward one
-// writes, both with the same tone tables, into destinations of one
-// prefilled value.
+// writes (its 24-bit pixels swapped when the case asks for swapped output),
+// both with the same tone tables, into destinations of one prefilled value.
 void ExpectSameShrink(const ShrinkCase& c)
 {
     const uint32_t size = Stride(c.dbits, c.dw) * c.dh;
     CBmpProcessing fast, plain;
     PrepareTones(fast);
     PrepareTones(plain);
+    fast.SetSwappedShrinkOutput(c.swapped);
     std::vector<uint8_t> got(size, 7), want(size, 7);
     unsigned char* out = got.data();
     ASSERT_EQ(fast.InvoicQIShrinkImg2(c.sw, c.sh, c.sbits, Stride(c.sbits, c.sw), c.src.data(), nullptr, c.dw, c.dh,
@@ -136,6 +149,9 @@ void ExpectSameShrink(const ShrinkCase& c)
               1);
     kvref::Shrink(plain, c.sw, c.sh, c.sbits, Stride(c.sbits, c.sw), c.src.data(), c.dw, c.dh, c.dbits, want.data(),
                   size, c.tone, c.whiten);
+    if (c.swapped && c.dbits == 24) {
+        SwapFirstAndThird(want, c.dw, c.dh);
+    }
     ASSERT_EQ(got, want) << c.sw << "x" << c.sh << "@" << c.sbits << " -> " << c.dw << "x" << c.dh << "@" << c.dbits;
 }
 
@@ -375,7 +391,7 @@ TEST(FastForm, ShrinkMatchesTheStraightforwardFormBitForBit)
             whiten = tagRECT{5, 5, 4, 4};
         }
         const std::vector<uint8_t> src = rnd.Image(sw, sh, sbits);
-        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten}));
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten, false}));
     }
 }
 
@@ -403,7 +419,44 @@ TEST(FastForm, ShrinkByWholeAndPrinterRatiosMatchesTheStraightforwardFormBitForB
         const tagRECT whiten =
             round % 2 ? tagRECT{0, 0, 0, 0} : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
         const std::vector<uint8_t> src = rnd.Int(0, 1) ? rnd.Image(sw, sh, sbits) : SparseInk(rnd, sw, sh, sbits);
-        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten}));
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten, false}));
+    }
+}
+
+TEST(FastForm, ShrinkByLessThanTwoMatchesTheStraightforwardFormBitForBit)
+{
+    // One or two source rows and columns per destination pixel: the rows
+    // made straight from their source rows. Narrow widths leave no column
+    // for the wide steps; widths of a multiple of four pixels have no row
+    // padding, so the last row ends the allocation.
+    kvtest::RandomImages rnd(333);
+    for (int round = 0; round < 400; ++round) {
+        const uint32_t dw = round % 4 == 0 ? rnd.Int(1, 4) : rnd.Int(1, 150), dh = rnd.Int(1, 30);
+        const uint32_t sw = rnd.Int(dw, 2 * dw - (dw > 1 ? 1 : 0)), sh = rnd.Int(dh, 2 * dh - (dh > 1 ? 1 : 0));
+        const uint32_t sbits = round % 9 == 0 ? 8 : 24, dbits = round % 11 == 0 ? 8 : 24;
+        const tagColorCFG tone = round % 3 == 0 ? kTones[rnd.Int(0, 3)] : kTones[0];
+        const tagRECT whiten =
+            round % 5 ? tagRECT{-1, -1, -1, -1} : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
+        const std::vector<uint8_t> src = rnd.Int(0, 1) ? rnd.Image(sw, sh, sbits) : SparseInk(rnd, sw, sh, sbits);
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten, round % 2 == 1}));
+    }
+}
+
+TEST(FastForm, SwappedShrinkOutputIsTheShrinkWithFirstAndThirdChannelsExchanged)
+{
+    // Every way of averaging: pairs, three-pixel columns, longer runs,
+    // columns without pixels, tone steps and whitening; 8-bit
+    // destinations are grey and stay as they are.
+    kvtest::RandomImages rnd(343);
+    for (int round = 0; round < 300; ++round) {
+        const uint32_t sw = rnd.Int(1, 90), sh = rnd.Int(1, 40);
+        const uint32_t dw = rnd.Int(1, sw + 4), dh = rnd.Int(1, sh + 4);
+        const uint32_t sbits = round % 7 == 0 ? 8 : 24, dbits = round % 5 == 0 ? 8 : 24;
+        const tagColorCFG tone = kTones[rnd.Int(0, 3)];
+        const tagRECT whiten = round % 3 ? tagRECT{-1, -1, -1, -1}
+                                         : tagRECT{rnd.Int(-3, 30), rnd.Int(-3, 20), rnd.Int(-3, 70), rnd.Int(-3, 50)};
+        const std::vector<uint8_t> src = rnd.Image(sw, sh, sbits);
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten, true}));
     }
 }
 
@@ -415,7 +468,7 @@ TEST(FastForm, ShrinkAveragingMoreThan4103PixelsDividesAsTheStraightforwardForm)
     const uint32_t cases[][4] = {{100, 60, 1, 1}, {130, 80, 2, 1}, {70, 70, 1, 1}};
     for (const auto& c : cases) {
         const std::vector<uint8_t> src = rnd.Image(c[0], c[1], 24);
-        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, c[0], c[1], 24, c[2], c[3], 24, kTones[0], tagRECT{0, 0, 0, 0}}));
+        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, c[0], c[1], 24, c[2], c[3], 24, kTones[0], tagRECT{0, 0, 0, 0}, false}));
     }
 }
 

@@ -170,25 +170,58 @@ void TakeBuffer(WorkImage& work, unsigned char* next, uint64_t bytes)
     work.bytes = bytes;
 }
 
+// Whether a shrink of `w` x `h` to `dstW` x `dstH` pixels writes every pixel
+// of its destination when it runs: it writes each destination row once,
+// all its columns, at 8 and 24 bits, as long as it has at least one source
+// row per destination row.
+bool ShrinkWritesEveryPixel(uint32_t h, uint32_t bitCount, uint32_t dstH)
+{
+    return dstH != 0 && dstH <= h && (bitCount == 8 || bitCount == 24);
+}
+
+// Gives the bytes of a shrink's destination that it did not write the
+// fill: the whole buffer when it refused, else each row's padding and what
+// lies after the last row (its rows are the size over the height apart).
+void FillAroundShrink(unsigned char* dst, uint64_t dstBytes, uint32_t dstW, uint32_t dstH, uint32_t bitCount,
+                      bool shrunk, unsigned char fill)
+{
+    if (!shrunk) {
+        memset(dst, fill, dstBytes ? dstBytes : 1);
+        return;
+    }
+    const uint64_t stride = dstBytes / dstH;
+    const uint64_t rowBytes = uint64_t{dstW} * (bitCount / 8);
+    for (uint64_t y = 0; y < dstH && rowBytes < stride; ++y)
+        memset(dst + y * stride + rowBytes, fill, stride - rowBytes);
+    memset(dst + dstH * stride, fill, dstBytes - dstH * stride);
+}
+
 // Shrinks or resamples `w` x `h` pixels into a new `dstW` x `dstH` buffer of
-// `dstBytes` bytes (already filled by the caller's choice of `fill`): the
-// shrink only when `shrink` is set.
+// `dstBytes` bytes, whose bytes the operation leaves unwritten are `fill`:
+// the shrink only when `shrink` is set. A buffer that the shrink writes
+// whole is not filled first.
 MallocBuffer Rescale(CBmpProcessing& bmp, bool shrink, const unsigned char* src, uint32_t w, uint32_t h,
                      uint32_t bitCount, uint32_t srcStride, uint32_t dstW, uint32_t dstH, uint64_t dstBytes,
                      unsigned char fill, tagColorCFG color)
 {
-    MallocBuffer dst = kvrender::FilledBuffer(dstBytes, fill);
+    const bool fillAfter = shrink && ShrinkWritesEveryPixel(h, bitCount, dstH);
+    MallocBuffer dst = fillAfter ? MallocBuffer(static_cast<unsigned char*>(malloc(dstBytes ? dstBytes : 1)))
+                                 : kvrender::FilledBuffer(dstBytes, fill);
     if (!dst)
         return dst;
     unsigned char* out = dst.get();
     const tagRECT noWhitening{};
     const tagColorCFG none{};
-    if (shrink)
-        bmp.InvoicQIShrinkImg2(w, h, bitCount, srcStride, src, nullptr, dstW, dstH, bitCount, &out, nullptr,
-                               static_cast<uint32_t>(dstBytes), color, 0, none, 0, noWhitening);
-    else
+    if (shrink) {
+        const int shrunk = bmp.InvoicQIShrinkImg2(w, h, bitCount, srcStride, src, nullptr, dstW, dstH, bitCount, &out,
+                                                  nullptr, static_cast<uint32_t>(dstBytes), color, 0, none, 0,
+                                                  noWhitening);
+        if (fillAfter)
+            FillAroundShrink(out, dstBytes, dstW, dstH, bitCount, shrunk != 0, fill);
+    } else {
         bmp.InvoicResampleImg2(w, h, bitCount, srcStride, src, dstW, dstH, bitCount, &out,
                                static_cast<uint32_t>(dstBytes), color, 0, noWhitening);
+    }
     return dst;
 }
 
@@ -274,20 +307,21 @@ void CEPLRender::ScaleToOutputResolution(CBmpProcessing& bmp)
     // a resampling reads the page swapped.
     if (!plan.shrink)
         SwapHeldPageIfPending();
+    // The shrink writes its result swapped, which is the same as swapping
+    // it afterwards, and saves a pass over it.
+    const bool swapInShrink = m_pSwap && m_pSwap->pending;
+    bmp.SetSwappedShrinkOutput(swapInShrink);
     MallocBuffer scaled = Rescale(bmp, plan.shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
                                   static_cast<uint32_t>(BmpRowStride(page.biBitCount, page.biWidth)),
                                   static_cast<uint32_t>(plan.width), static_cast<uint32_t>(plan.height),
                                   static_cast<uint64_t>(plan.bytes), 0, tagColorCFG{});
+    bmp.SetSwappedShrinkOutput(false);
     if (!scaled) {
         SwapHeldPageIfPending();
         return;
     }
-    if (m_pSwap && m_pSwap->pending) {
-        const uint64_t stride = static_cast<uint64_t>(BmpRowStride(page.biBitCount, static_cast<int32_t>(plan.width)));
-        const uint64_t width = static_cast<uint64_t>(plan.width);
-        kvrender::SwapRedBlueRows(scaled.get(), {true, static_cast<uint64_t>(plan.height), stride, 3 * width, width});
+    if (swapInShrink)
         m_pSwap->pending = false;
-    }
     free(pdev.pBufStart);
     pdev.pBufStart = scaled.release();
     pdev.dwBufSize = static_cast<uint32_t>(plan.bytes);

@@ -259,3 +259,34 @@ TEST(Shrink, DestinationRowsShorterThanTheWidthAreRefused)
               0);
     EXPECT_EQ(dst, std::vector<uint8_t>(3, kUnwritten));
 }
+
+TEST(Shrink, DestinationNoTallerThanTheSourceHasEveryPixelWrittenAndNoPadding)
+{
+    // The renderer leaves such destinations unfilled and fills only what
+    // lies around the pixels; two different prefills must give the same
+    // pixels and keep their own padding.
+    kvtest::RandomImages rnd(717);
+    for (int round = 0; round < 200; ++round) {
+        const uint32_t bits = round % 2 ? 24 : 8;
+        const uint32_t sw = rnd.Int(1, 40), sh = rnd.Int(1, 30);
+        const uint32_t dw = rnd.Int(1, sw + 5), dh = rnd.Int(1, sh);
+        const std::vector<uint8_t> src = rnd.Image(sw, sh, bits);
+        const uint32_t stride = Stride(bits, dw), rowBytes = dw * bits / 8;
+        std::vector<uint8_t> first(stride * dh, 0), second(stride * dh, 255);
+        for (std::vector<uint8_t>* dst : {&first, &second}) {
+            unsigned char* out = dst->data();
+            ASSERT_EQ(CBmpProcessing().InvoicQIShrinkImg2(sw, sh, bits, Stride(bits, sw), src.data(), nullptr, dw, dh,
+                                                          bits, &out, nullptr, stride * dh, kNoTone, 0, kNoTone, 0,
+                                                          kPipelineRect),
+                      1);
+        }
+        for (uint32_t i = 0; i < stride * dh; ++i) {
+            if (i % stride < rowBytes) {
+                ASSERT_EQ(first[i], second[i]) << sw << "x" << sh << " -> " << dw << "x" << dh << " byte " << i;
+            } else {
+                ASSERT_EQ(first[i], 0) << sw << "x" << sh << " -> " << dw << "x" << dh << " byte " << i;
+                ASSERT_EQ(second[i], 255) << sw << "x" << sh << " -> " << dw << "x" << dh << " byte " << i;
+            }
+        }
+    }
+}

@@ -23,6 +23,7 @@
 #include "FileLock.h"
 #include "GetPpdSelfOption.h"
 #include "InitalizeOemCfg.h"
+#include "MallocBuffer.h"
 #include "PageLimits.h"
 #include "RasterHeaderFields.h"
 #include "SpoolerMessages.h"
@@ -173,7 +174,7 @@ void DiscardPage(cups_raster_t* ras, const cups_page_header2_t& header)
     uint64_t size = uint64_t(header.cupsHeight) * header.cupsBytesPerLine;
     if (size == 0 || size > kMaxRasterPageBytes)
         return;
-    std::unique_ptr<unsigned char, decltype(&free)> scratch(static_cast<unsigned char*>(malloc(size)), &free);
+    const kvimg::MallocBuffer scratch = kvimg::AllocateBlock(size);
     if (scratch)
         cupsRasterReadPixels(ras, scratch.get(), static_cast<unsigned>(size));
 }
@@ -425,8 +426,7 @@ bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& heade
     // (a header whose line length exceeds the row) goes through a line
     // buffer and is cut to the row.
     const bool direct = lineBytes <= stride;
-    std::unique_ptr<unsigned char, decltype(&free)> line(
-        direct ? nullptr : static_cast<unsigned char*>(malloc(std::max<uint64_t>(lineBytes, 1))), &free);
+    const kvimg::MallocBuffer line = direct ? nullptr : kvimg::AllocateBlock(std::max<uint64_t>(lineBytes, 1));
     unsigned char* buffer = static_cast<unsigned char*>(malloc(std::max<uint64_t>(size, 1)));
     if ((!direct && !line) || !buffer) {
         free(buffer);

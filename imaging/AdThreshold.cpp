@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "BmpArith.h"
+#include "MallocBuffer.h"
 
 namespace {
 
@@ -27,11 +28,7 @@ constexpr int kMinBlockSize = 8;        // smaller blocks are raised to this
 constexpr int64_t kRowAlign = 4;        // rows of the grid and the map are padded to 4 bytes
 constexpr int kGreyBits = 8;            // bits per pixel of the output rows
 
-// Releases a buffer that came from malloc or calloc.
-struct FreeDeleter {
-    void operator()(unsigned char* p) const { std::free(p); }
-};
-using CBuffer = std::unique_ptr<unsigned char, FreeDeleter>;
+using CBuffer = kvimg::MallocBuffer;
 
 // Returns n rounded up to a multiple of kRowAlign.
 int64_t AlignRow(int64_t n)

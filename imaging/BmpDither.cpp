@@ -9,6 +9,7 @@
 
 #include "BmpProcessing.h"
 #include "DitherScreens.h"
+#include "MallocBuffer.h"
 
 namespace {
 
@@ -314,17 +315,11 @@ void Screen8(const DitherFrame& f)
     }
 }
 
-// Releases a buffer that came from malloc.
-struct FreeDeleter {
-    void operator()(uint8_t* p) const { std::free(p); }
-};
-
 // Method 10: the computed 4 x 4 screen; white when the source is above the
 // entry. Returns false when the table cannot be had.
 bool Interleaved(const DitherFrame& f)
 {
-    std::unique_ptr<uint8_t, FreeDeleter> table(
-        static_cast<uint8_t*>(std::malloc(kInterleavedEntries)));
+    const kvimg::MallocPtr<uint8_t> table = kvimg::AllocateBlock<uint8_t>(kInterleavedEntries);
     if (!table) {
         return false;
     }

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "BmpArith.h"
+#include "MallocBuffer.h"
 #include "BmpProcessing.h"
 #include "BmpTone.h"
 
@@ -32,11 +33,7 @@ constexpr int16_t kSkipped = -1;
 constexpr size_t kPaletteOffset = sizeof(tagBITMAPINFOHEADER);
 constexpr size_t kPaletteEntries = 2;
 
-// Owns a malloc'd buffer.
-struct FreeDeleter {
-    void operator()(unsigned char* p) const { std::free(p); }
-};
-using MallocBuffer = std::unique_ptr<unsigned char, FreeDeleter>;
+using kvimg::MallocBuffer;
 
 // Rows, columns and stride of the oriented work image.
 struct Oriented {

@@ -8,6 +8,7 @@
 #include "AdThreshold.h"
 #include "BmpArith.h"
 #include "BmpProcessing.h"
+#include "MallocBuffer.h"
 
 namespace {
 
@@ -20,10 +21,6 @@ constexpr long kConsensus = 0;          // selector method: mean of the criteria
 constexpr float kHalf = 0.5f;           // block and whole-image thresholds weigh the same
 constexpr int kGridBits = 8;            // one byte per grid entry, rows padded like bitmaps
 
-// Releases a buffer that came from malloc.
-struct FreeDeleter {
-    void operator()(unsigned char* p) const { std::free(p); }
-};
 
 // Whether the image geometry is usable: both buffers present, a non-empty
 // image whose rows fit the stride and whose last pixel lies inside the
@@ -106,8 +103,7 @@ int CBmpProcessing::AdThresholdImgLocal(unsigned int width, unsigned int height,
     const int64_t gridHeight = (static_cast<int64_t>(height) + kLocalBlock - 1) / kLocalBlock;
     const int64_t gridStride = BmpRowStride(kGridBits, gridWidth);
     const size_t gridSize = static_cast<size_t>(gridStride * gridHeight);
-    std::unique_ptr<unsigned char, FreeDeleter> grid(
-        static_cast<unsigned char*>(std::malloc(gridSize)));
+    const kvimg::MallocBuffer grid = kvimg::AllocateBlock(gridSize);
     if (!grid) {
         return 0;
     }

@@ -134,7 +134,7 @@ void CEPLRender::SendStartDocBlock()
     long length = 0;
     if (emulation.GetStartDocCMD(m_pOemCfg, nullptr, 0, &length) != 0 || length <= 0)
         return;
-    std::unique_ptr<char, decltype(&free)> block(static_cast<char*>(calloc(static_cast<size_t>(length), 1)), &free);
+    const kvimg::MallocPtr<char> block = kvimg::AllocateBlock<char>(static_cast<size_t>(length), true);
     if (!block)
         return;
     if (emulation.GetStartDocCMD(m_pOemCfg, block.get(), length, &length) != 0 && m_pOemCfg)
@@ -205,8 +205,7 @@ MallocBuffer Rescale(CBmpProcessing& bmp, bool shrink, const unsigned char* src,
                      unsigned char fill, tagColorCFG color)
 {
     const bool fillAfter = shrink && ShrinkWritesEveryPixel(h, bitCount, dstH);
-    MallocBuffer dst = fillAfter ? MallocBuffer(static_cast<unsigned char*>(malloc(dstBytes ? dstBytes : 1)))
-                                 : kvrender::FilledBuffer(dstBytes, fill);
+    MallocBuffer dst = fillAfter ? kvimg::AllocateBlock(dstBytes ? dstBytes : 1) : kvrender::FilledBuffer(dstBytes, fill);
     if (!dst)
         return dst;
     unsigned char* out = dst.get();
@@ -579,8 +578,7 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h, nullptr, 0,
                                         &length, lastPage) != 0 || length <= 0)
         return;
-    std::unique_ptr<char, decltype(&free)> commands(static_cast<char*>(calloc(static_cast<size_t>(length), 1)),
-                                                    &free);
+    const kvimg::MallocPtr<char> commands = kvimg::AllocateBlock<char>(static_cast<size_t>(length), true);
     if (!commands)
         return;
     if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h,

@@ -148,7 +148,7 @@ unsigned char* WorkImage::Writable()
 
 MallocBuffer FilledBuffer(uint64_t size, unsigned char fill)
 {
-    MallocBuffer buffer(static_cast<unsigned char*>(malloc(size ? size : 1)));
+    MallocBuffer buffer = kvimg::AllocateBlock(size ? size : 1);
     if (buffer)
         memset(buffer.get(), fill, size ? size : 1);
     return buffer;

@@ -12,17 +12,13 @@
 
 #include "BmpProcessing.h"
 #include "BmpRecords.h"
+#include "MallocBuffer.h"
 #include "DevMode.h"
 #include "OemCfg.h"
 
 namespace kvrender {
 
-// Owner of a buffer from malloc/calloc; the image operations allocate with
-// malloc and the records hold malloc blocks, so every buffer is freed alike.
-struct FreeDeleter {
-    void operator()(unsigned char* p) const { free(p); }
-};
-using MallocBuffer = std::unique_ptr<unsigned char, FreeDeleter>;
+using kvimg::MallocBuffer;
 
 // The working image of one page: its buffer, header, kept box and the
 // geometry derived from them. Until a step first writes a buffer of its

@@ -105,7 +105,7 @@ GreyPage Convert(const std::vector<uint8_t>& page, uint32_t w, uint32_t h, uint3
     unsigned int capacity = 0;
     bmp.CoverBMP2OutputFormat(page.data(), static_cast<unsigned>(page.size()), &out, &capacity, &header,
                               &grey.rect, kUpright, 0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0,
-                              kvrender::MmToDots(kConversionCapMm, rasterDpi), kCropWhite);
+                              kvunits::MmToDots(kConversionCapMm, rasterDpi), kCropWhite);
     // Print mode 0 keeps one column and one row less than the box.
     grey.w = grey.rect.right - grey.rect.left;
     grey.h = grey.rect.bottom - grey.rect.top;

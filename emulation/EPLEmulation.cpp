@@ -12,18 +12,13 @@
 #include <string>
 #include <thread>
 
+#include "RecordUnits.h"
+
 namespace {
 
 // Every command line is formatted into a scratch line of this size; no
 // command the builders produce comes near it.
 constexpr size_t kScratchLineSize = 256;
-
-// Unit conversion: configuration lengths are tenths of a millimetre or whole
-// millimetres, printer positions are dots at the output resolution.
-constexpr double kMicronsPerTenthMm = 100.0;
-constexpr double kMicronsPerMm = 1000.0;
-constexpr double kMicronsPerInch = 25400.0;
-constexpr double kRoundHalf = 0.5;
 
 // Cut/tear positions the printer's "f" command accepts, in dots.
 constexpr int kMinCutPosition = 70;
@@ -70,19 +65,6 @@ constexpr int kFirstPage = 1;
 // The corner dot is a box of one dot by one dot.
 constexpr int kCornerDotSize = 1;
 
-// Returns `value` truncated toward zero, held to the 32-bit range so that
-// absurd configuration values cannot overflow the conversion.
-int TruncToInt(double value)
-{
-    if (std::isnan(value))
-        return 0;
-    if (value >= static_cast<double>(std::numeric_limits<int>::max()))
-        return std::numeric_limits<int>::max();
-    if (value <= static_cast<double>(std::numeric_limits<int>::min()))
-        return std::numeric_limits<int>::min();
-    return static_cast<int>(value);
-}
-
 // Returns `value` held to the 32-bit range.
 int ClampToInt(int64_t value)
 {
@@ -93,18 +75,8 @@ int ClampToInt(int64_t value)
     return static_cast<int>(value);
 }
 
-// Returns tenths of a millimetre as dots at `dpi`: one half is added and the
-// result truncated toward zero, in double precision.
-int TenthsToDots(double tenths, int dpi)
-{
-    return TruncToInt(tenths * kMicronsPerTenthMm * dpi / kMicronsPerInch + kRoundHalf);
-}
-
-// Returns whole millimetres as dots at `dpi`, rounded like TenthsToDots.
-int MmToDots(double mm, int dpi)
-{
-    return TruncToInt(mm * kMicronsPerMm * dpi / kMicronsPerInch + kRoundHalf);
-}
+using kvunits::MmToDots;
+using kvunits::TenthsToDots;
 
 // Gap (or mark) length and offset of the "Q" command, in dots.
 struct LabelGap {

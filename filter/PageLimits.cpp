@@ -10,10 +10,10 @@
 #include "GetPpdSelfOption.h"
 #include "PagePipeline.h"
 #include "RasterHeaderFields.h"
+#include "RecordUnits.h"
 
 namespace {
 
-constexpr double kMmPerInch = 25.4;
 constexpr uint64_t kMegabyte = uint64_t(1) << 20;
 constexpr uint64_t kMinCountedBitsPerPixel = 24;
 
@@ -108,11 +108,11 @@ PrinterPage ScaledSize(const cups_page_header2_t& h, int rasterX, int rasterY, i
 
 std::string LabelSizeProblem(PrinterPage page, int outputDpi)
 {
-    if (page.width <= kvrender::MmToDots(kMaxLabelWidthMm, outputDpi) &&
-        page.height <= kvrender::MmToDots(kMaxLabelLengthMm, outputDpi))
+    if (page.width <= kvunits::MmToDots(kMaxLabelWidthMm, outputDpi) &&
+        page.height <= kvunits::MmToDots(kMaxLabelLengthMm, outputDpi))
         return "";
     return Format("at %d dpi it is %.1f x %.1f mm, larger than the largest label (%.0f mm across, %d mm along)",
-                  outputDpi, page.width / outputDpi * kMmPerInch, page.height / outputDpi * kMmPerInch,
+                  outputDpi, page.width / outputDpi * kvunits::kMmPerInch, page.height / outputDpi * kvunits::kMmPerInch,
                   kMaxLabelWidthMm, kMaxLabelLengthMm);
 }
 

@@ -21,8 +21,6 @@ using kvrender::MulDiv;
 
 namespace {
 
-// Tenths of a millimetre per inch: the unit of the label size written back.
-constexpr double kTenthsPerInch = 254.0;
 // Label widths go to the printer in whole bytes of eight dots.
 constexpr int32_t kDotsPerByte = 8;
 // The label length written back holds one dot more than the page.
@@ -51,7 +49,7 @@ bool IsPageTurned(int16_t orientation, int16_t rotate90)
 // Dots at `dpi` to tenths of a millimetre, rounded; 0 when `dpi` is 0.
 int64_t DotsToTenths(int32_t dots, int32_t dpi)
 {
-    return dpi == 0 ? 0 : static_cast<int64_t>(static_cast<double>(dots) / dpi * kTenthsPerInch + 0.5);
+    return dpi == 0 ? 0 : static_cast<int64_t>(static_cast<double>(dots) / dpi * kvunits::kTenthMmPerInch + 0.5);
 }
 
 }  // namespace
@@ -119,7 +117,7 @@ void CEPLRender::StoreLabelSize()
         length = MulDiv(ydpi, pixelHeight, m_pDevMode->dmYResolution);
     }
     width = RoundUpToByte(width);
-    const int32_t maxWidth = kvrender::MmToDots(cfg.sMaxOutputWidth, xdpi);
+    const int32_t maxWidth = kvunits::MmToDots(cfg.sMaxOutputWidth, xdpi);
     if (static_cast<uint32_t>(width) > static_cast<uint32_t>(maxWidth))
         width = RoundUpToByte(maxWidth);
     cfg.dwLabelWidth = DotsToTenths(width, xdpi);
@@ -278,7 +276,7 @@ bool CEPLRender::ConversionTakesHeldPageAsSent(bool logOn) const
     const int32_t h = m_pOemPdev->bmInfoHeader.biHeight;
     if (kvrender::AutoRotationCode(w, h, cfg.sOutputXDPI, cfg.sOutputYDPI, cfg.sMaxOutputWidth, cfg.sAutoRotate90))
         return false;
-    const uint32_t maxDots = static_cast<uint32_t>(kvrender::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
+    const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
     return !(cfg.sSavePaper == 1 && maxDots < static_cast<uint32_t>(w));
 }
 
@@ -403,7 +401,7 @@ void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orien
         unsigned int capacity = 0;
         bmp.CoverBMP2OutputFormat(pdev.pBufStart, pdev.dwBufSize, &out, &capacity, &work.header, &work.rect,
                                   orientation, 0, 0, levels, cfg.sMirror != 0, cfg.nBrightness, cfg.nContrast,
-                                  kvrender::MmToDots(kvrender::kConversionMaxWidthMm, cfg.sOutputXDPI), 1);
+                                  kvunits::MmToDots(kvrender::kConversionMaxWidthMm, cfg.sOutputXDPI), 1);
         HeldPageConverted(bmp, out != nullptr);
         TakeBuffer(work, out, capacity);
         return;
@@ -440,7 +438,7 @@ void CEPLRender::AutoRotate(CBmpProcessing& bmp, WorkImage& work)
 void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
-    const uint32_t maxDots = static_cast<uint32_t>(kvrender::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
+    const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
     if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == 1 || cfg.sSavePaper == 1)))
         return;
     const int32_t newH = static_cast<int32_t>(static_cast<double>(work.h) / work.w * maxDots);
@@ -479,7 +477,7 @@ void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orie
                               &capacity,
                               &work.header, &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0,
                               cfg.nBrightness, cfg.nContrast,
-                              kvrender::MmToDots(kvrender::kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
+                              kvunits::MmToDots(kvrender::kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
     HeldPageConverted(bmp, out != nullptr);
     TakeBuffer(work, out, capacity);
     work.Measure(false);
@@ -557,8 +555,8 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     work.Writable();
     if (cfg.sIsLineImaginary && work.buffer)
         kvrender::ConvertToDashedLines(bmp, work.buffer.get(), work.Readable(), work.w, work.h, work.stride,
-                                       kvrender::MmToDots(cfg.sBlackInterval, cfg.sOutputXDPI),
-                                       kvrender::MmToDots(cfg.sWhiteInterval, cfg.sOutputXDPI),
+                                       kvunits::MmToDots(cfg.sBlackInterval, cfg.sOutputXDPI),
+                                       kvunits::MmToDots(cfg.sWhiteInterval, cfg.sOutputXDPI),
                                        cfg.sMinImaginaryLineLen, m_pDevMode->dmPrintQuality);
     kvrender::PackedPage packed =
         kvrender::PackToOneBit(work.buffer.get(), work.buffer ? work.Readable() : 0, work.w, work.h, work.stride,

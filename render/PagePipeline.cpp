@@ -18,9 +18,6 @@ namespace kvrender {
 
 namespace {
 
-constexpr double kThousandthsMmPerInch = 25400.0;
-constexpr double kMmPerInch = 25.4;
-constexpr double kMmToThousandths = 1000.0;
 // Automatic rotation: a page must be wider than the printable width by more
 // than this many millimetres, and the sides must differ by 5 mm.
 constexpr double kRotateExcessMm = 20.0;
@@ -42,7 +39,7 @@ int64_t RunMillimetres(int16_t n, int16_t dpi)
 {
     if (dpi == 0)
         return 0;
-    return static_cast<int64_t>(std::trunc(static_cast<double>(n) / dpi * kMmPerInch + 0.5));
+    return static_cast<int64_t>(std::trunc(static_cast<double>(n) / dpi * kvunits::kMmPerInch + 0.5));
 }
 
 // Whitens the dash gaps of the run of `n` bytes that ends just before
@@ -162,11 +159,6 @@ int32_t MulDiv(int32_t a, int32_t b, int32_t c)
     return product / c;
 }
 
-int32_t MmToDots(double mm, double dpi)
-{
-    return static_cast<int32_t>(std::trunc(mm * kMmToThousandths * dpi / kThousandthsMmPerInch + 0.5));
-}
-
 int OrientationCode(int16_t dmOrientation, int16_t rotate90, int64_t rotation)
 {
     struct Row {
@@ -184,12 +176,12 @@ int OrientationCode(int16_t dmOrientation, int16_t rotate90, int64_t rotation)
 std::optional<short> AutoRotationCode(int32_t w, int32_t h, int16_t xdpi, int16_t ydpi, int16_t maxWidthMm,
                                       int16_t autoRotate90)
 {
-    const double widthMm = static_cast<double>(w) / xdpi * kMmPerInch + 0.5;
-    const double heightMm = static_cast<double>(h) / xdpi * kMmPerInch + 0.5;
+    const double widthMm = static_cast<double>(w) / xdpi * kvunits::kMmPerInch + 0.5;
+    const double heightMm = static_cast<double>(h) / xdpi * kvunits::kMmPerInch + 0.5;
     const short code = static_cast<short>(autoRotate90 - 1);
-    if (widthMm - maxWidthMm > kRotateExcessMm && int64_t(w) > int64_t(h) + MmToDots(kRotateMarginMm, ydpi))
+    if (widthMm - maxWidthMm > kRotateExcessMm && int64_t(w) > int64_t(h) + kvunits::MmToDots(kRotateMarginMm, ydpi))
         return code;
-    if (int64_t(MmToDots(kRotateMarginMm, xdpi)) + w < h && heightMm - maxWidthMm < kRotateExcessMm &&
+    if (int64_t(kvunits::MmToDots(kRotateMarginMm, xdpi)) + w < h && heightMm - maxWidthMm < kRotateExcessMm &&
         autoRotate90 > 0)
         return code;
     return std::nullopt;

@@ -15,6 +15,7 @@
 #include "MallocBuffer.h"
 #include "DevMode.h"
 #include "OemCfg.h"
+#include "RecordUnits.h"
 
 namespace kvrender {
 
@@ -82,9 +83,6 @@ MallocBuffer FilledBuffer(uint64_t size, unsigned char fill);
 // does. A zero divisor, which only an absurd raster header (resolution 0)
 // can bring, gives 0; so does the one quotient that does not fit.
 int32_t MulDiv(int32_t a, int32_t b, int32_t c);
-
-// Millimetres to dots at `dpi`: trunc(mm x 1000 x dpi / 25400 + 0.5).
-int32_t MmToDots(double mm, double dpi);
 
 // Widest page the grey conversion keeps: 300 mm.
 constexpr double kConversionMaxWidthMm = 300.0;

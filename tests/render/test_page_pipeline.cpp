@@ -65,12 +65,6 @@ TEST(AutoRotation, TallTestNeedsAutoRotateOn)
     EXPECT_FALSE(AutoRotationCode(100, 985, 254, 254, 80, 0).has_value());
 }
 
-TEST(MmToDots, RoundsHalfUp)
-{
-    EXPECT_EQ(MmToDots(104, 203), 831);
-    EXPECT_EQ(MmToDots(300, 203), 2398);
-    EXPECT_EQ(MmToDots(5, 203), 40);
-}
 
 TEST(MulDiv, ZeroDivisorGivesZero)
 {

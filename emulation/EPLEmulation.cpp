@@ -12,9 +12,12 @@
 #include <string>
 #include <thread>
 
+#include "OptionCodes.h"
 #include "RecordUnits.h"
 
 namespace {
+
+using namespace kvcodes;
 
 // Every command line is formatted into a scratch line of this size; no
 // command the builders produce comes near it.
@@ -24,40 +27,9 @@ constexpr size_t kScratchLineSize = 256;
 constexpr int kMinCutPosition = 70;
 constexpr int kMaxCutPosition = 130;
 
-// Density and speed value that means "keep the printer's own setting".
-constexpr int kPrinterDefaultLevel = 1000;
-
 // Opening block: 8 data bits and code page "E" (index 18 of the table).
 constexpr int kStartDocDataBits = 8;
 constexpr int kStartDocCodePage = 18;
-
-// dwOperationAfterPrn: 1 turns back-feed off, 2 peels, 4 runs the cutter.
-constexpr uint64_t kAfterPrnNoBackFeed = 1;
-constexpr uint64_t kAfterPrnPeel = 2;
-constexpr uint64_t kAfterPrnCutter = 4;
-
-// dwOperationModeAfterPrn, the cutter modes under kAfterPrnCutter.
-constexpr uint64_t kCutEveryLabel = 1;
-constexpr uint64_t kCutAtJobEnd = 2;
-constexpr uint64_t kCutEveryInterval = 3;
-constexpr uint64_t kCutAfterCopies = 4;
-
-// sPaperType 1 prints direct-thermal.
-constexpr int kPaperDirectThermal = 1;
-// sLabelType: 1 gapped labels, 2 black-marked labels, else continuous.
-constexpr int kLabelGapped = 1;
-constexpr int kLabelMarked = 2;
-// sPaperMode / sSavePaper value that makes every page carry its label size.
-constexpr int kPerPageLabelSize = 1;
-
-// sFixedHeight choices and the label lengths they stand for, in millimetres
-// (the long edges of A4, A5 and A6 sheets).
-constexpr int kFixedHeightA4 = 1;
-constexpr int kFixedHeightA5 = 2;
-constexpr int kFixedHeightA6 = 3;
-constexpr int kA4LengthMm = 297;
-constexpr int kA5LengthMm = 210;
-constexpr int kA6LengthMm = 148;
 
 // Page numbers count from 1; set-up commands go with the job's first page.
 constexpr int kFirstPage = 1;
@@ -92,11 +64,11 @@ LabelGap GapFromConfig(const tagOEMCFG& cfg)
 {
     LabelGap result;
     const int labelType = cfg.sLabelType;
-    if (labelType != kLabelGapped && labelType != kLabelMarked)
+    if (labelType != media::kGap && labelType != media::kBlackMark)
         return result;
     result.gap = TenthsToDots(cfg.GAPHeight, cfg.sOutputXDPI);
     result.offset = TenthsToDots(cfg.GAPOffset, cfg.sOutputXDPI);
-    result.blackMark = labelType == kLabelMarked;
+    result.blackMark = labelType == media::kBlackMark;
     return result;
 }
 
@@ -270,14 +242,14 @@ int32_t CEPLEmulation::DrawLine(int x, int y, int width, int height)
 
 int32_t CEPLEmulation::SetPrinterDensity(int level)
 {
-    if (level == kPrinterDefaultLevel)
+    if (level == kvcodes::kPrinterDefault)
         return 1;
     return AppendLine("D%d\r\n", level);
 }
 
 int32_t CEPLEmulation::SetPrinterSpeed(int level)
 {
-    if (level == kPrinterDefaultLevel)
+    if (level == kvcodes::kPrinterDefault)
         return 1;
     return AppendLine("S%d\r\n", level);
 }
@@ -315,13 +287,13 @@ int32_t CEPLEmulation::GetStartDocCMD(tagOEMCFG* cfg, char* out, long outSize, l
 void CEPLEmulation::AppendHardwareSetup()
 {
     const uint64_t afterPrint = m_savedCfg.dwOperationAfterPrn;
-    if (afterPrint == kAfterPrnCutter)
+    if (afterPrint == after_print::kCutter)
         return;
     _HWOPT opt{};
-    opt.bDirectThermal = m_savedCfg.sPaperType == kPaperDirectThermal;
-    opt.bPeel = afterPrint == kAfterPrnPeel;
+    opt.bDirectThermal = m_savedCfg.sPaperType == print_method::kDirectThermal;
+    opt.bPeel = afterPrint == after_print::kPeelOff;
     SetPrinterOptionsCMD(&opt);
-    if (afterPrint == kAfterPrnNoBackFeed) {
+    if (afterPrint == after_print::kTearOffNoBackFeed) {
         EnableBackupTopCMD(false);
         return;
     }
@@ -358,7 +330,7 @@ int32_t CEPLEmulation::TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long s
     m_savedCfg = *cfg;
     ClearCmdBuf();
     const tagOEMCFG& c = m_savedCfg;
-    if (c.sPaperMode == kPerPageLabelSize || c.sSavePaper == kPerPageLabelSize) {
+    if (c.sPaperMode == print_mode::kCropToContent || c.sSavePaper == save_paper::kOn) {
         if (!AppendPageLabelSize(width, height)) {
             ClearCmdBuf();
             return 0;
@@ -366,7 +338,7 @@ int32_t CEPLEmulation::TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long s
     }
     const PageGraphic page = PlaceGraphic(bitmap, size, x, width, height);
     if (c.sCopies != 0) {
-        if (c.dwOperationAfterPrn != kAfterPrnCutter)
+        if (c.dwOperationAfterPrn != after_print::kCutter)
             AppendPageGroup(page, c.sCopies);
         else
             AppendCutterPage(page, lastPage);
@@ -425,14 +397,14 @@ bool CEPLEmulation::AppendPageLabelSize(int width, int height)
     const int offsets = c.dwStartOffsetValue + c.dwEndOffsetValue;
     int64_t length = 0;
     switch (c.sFixedHeight) {
-    case kFixedHeightA4:
-        length = MmToDots(offsets + kA4LengthMm, c.sOutputXDPI);
+    case fixed_height::kA4:
+        length = MmToDots(offsets + fixed_height::kA4LengthMm, c.sOutputXDPI);
         break;
-    case kFixedHeightA5:
-        length = MmToDots(offsets + kA5LengthMm, c.sOutputXDPI);
+    case fixed_height::kA5:
+        length = MmToDots(offsets + fixed_height::kA5LengthMm, c.sOutputXDPI);
         break;
-    case kFixedHeightA6:
-        length = MmToDots(offsets + kA6LengthMm, c.sOutputXDPI);
+    case fixed_height::kA6:
+        length = MmToDots(offsets + fixed_height::kA6LengthMm, c.sOutputXDPI);
         break;
     default:
         length = static_cast<int64_t>(height) + MmToDots(offsets, c.sOutputXDPI);
@@ -490,18 +462,18 @@ void CEPLEmulation::AppendCutterPage(const PageGraphic& page, bool lastPage)
     int remaining = m_savedCfg.sCopies;
     while (remaining > 0) {
         _HWOPT opt{};
-        opt.bDirectThermal = m_savedCfg.sPaperType == kPaperDirectThermal;
+        opt.bDirectThermal = m_savedCfg.sPaperType == print_method::kDirectThermal;
         switch (m_savedCfg.dwOperationModeAfterPrn) {
-        case kCutEveryLabel:
+        case cut_method::kEachLabel:
             AppendCutEveryLabel(page, opt);
             return;
-        case kCutAtJobEnd:
+        case cut_method::kEndOfJob:
             AppendCutAtJobEnd(page, opt, lastPage);
             return;
-        case kCutAfterCopies:
+        case cut_method::kEachPage:
             AppendCutAfterCopies(page, opt);
             return;
-        case kCutEveryInterval:
+        case cut_method::kEveryInterval:
             remaining -= AppendCutIntervalRound(page, opt, remaining, lastPage);
             break;
         default:

@@ -11,6 +11,7 @@
 #include "GetPpdSelfOption.h"
 #include "PageLimits.h"
 #include "RasterHeaderFields.h"
+#include "OptionCodes.h"
 #include "log4z.h"
 
 namespace {
@@ -83,8 +84,9 @@ void InitRotation(tagOEMCFG* cfg, ppd_file_t* ppd)
     if (!cfg || !ppd)
         return;
     int16_t code = static_cast<int16_t>(GetOptionChoiceIndex("Rotation", ppd));
-    cfg->sRotation = (code == 1 || code == 2) ? 1 : 0;
-    cfg->sRotate90 = (code == 1 || code == 3) ? 1 : 0;
+    using namespace kvcodes::rotation;
+    cfg->sRotation = (code == kLeft90 || code == kTurn180) ? 1 : 0;
+    cfg->sRotate90 = (code == kLeft90 || code == kRight90) ? 1 : 0;
     LOGFMTD("Init sRotation: %d, sRotate90: %d", static_cast<int>(cfg->sRotation), cfg->sRotate90);
 }
 

@@ -9,25 +9,12 @@
 
 #include "BmpProcessing.h"
 #include "DitherScreens.h"
+#include "HalftoneMethods.h"
 #include "MallocBuffer.h"
 
 namespace {
 
 using namespace kvimg;
-
-// Method numbers as the page renderer passes them.
-enum DitherMethod {
-    kFixedThreshold = 1,
-    kDiffuseFour = 2,
-    kScreen16 = 3,
-    kLocalAdaptive = 4,
-    kScreen40 = 5,
-    kDiffuseTwelve = 6,
-    kScreen15 = 7,
-    kMatrix4 = 8,
-    kScreen8 = 9,
-    kInterleaved = 10
-};
 
 constexpr int kMaxGrey = 255;
 constexpr int kFixedCut = 129;          // methods 1 and 2: values from here up are white
@@ -367,6 +354,10 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
         Screen16(f);
         break;
     case kLocalAdaptive: {
+        // The renderer never comes here: for method 4 it runs the
+        // adaptive threshold (AdThreshold) itself, with its own settings.
+        // This is the method for callers of Dither alone, with the local
+        // threshold's defaults.
         const uint64_t size = static_cast<uint64_t>(height) * stride;
         if (size <= std::numeric_limits<unsigned int>::max()) {
             unsigned char* out = dst;

@@ -15,6 +15,7 @@
 #include "AdThreshold.h"
 #include "LBPTREmulation.h"
 #include "log4z.h"
+#include "OptionCodes.h"
 #include "PagePipeline.h"
 
 using kvrender::MulDiv;
@@ -146,8 +147,6 @@ using kvrender::WorkImage;
 
 constexpr const char* kBeginDump = "/tmp/EplBegin.bmp";
 constexpr const char* kOutputDump = "/tmp/EplOutput.bmp";
-constexpr int16_t kFixedThresholdHalftone = 1;
-constexpr int16_t kAdaptiveHalftone = 4;
 constexpr int kAdaptiveMethod = 0;
 constexpr int kAdaptiveBlock = 64;
 constexpr int kAdaptiveBias = 0;
@@ -268,16 +267,16 @@ bool CEPLRender::ConversionTakesHeldPageAsSent(bool logOn) const
     if (!m_pSwap || !m_pSwap->pending || logOn)
         return false;
     const tagOEMCFG& cfg = *m_pOemCfg;
-    if (cfg.sPaperMode == 1)
+    if (cfg.sPaperMode == kvcodes::print_mode::kCropToContent)
         return true;
-    if (cfg.sPaperMode != 0)
+    if (cfg.sPaperMode != kvcodes::print_mode::kOff)
         return false;
     const int32_t w = m_pOemPdev->bmInfoHeader.biWidth;
     const int32_t h = m_pOemPdev->bmInfoHeader.biHeight;
     if (kvrender::AutoRotationCode(w, h, cfg.sOutputXDPI, cfg.sOutputYDPI, cfg.sMaxOutputWidth, cfg.sAutoRotate90))
         return false;
     const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
-    return !(cfg.sSavePaper == 1 && maxDots < static_cast<uint32_t>(w));
+    return !(cfg.sSavePaper == kvcodes::save_paper::kOn && maxDots < static_cast<uint32_t>(w));
 }
 
 // After a conversion of the held page: a page it read in raster order
@@ -396,7 +395,7 @@ void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orien
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     _OEMPDEV& pdev = *m_pOemPdev;
-    if (cfg.sPaperMode == 1) {
+    if (cfg.sPaperMode == kvcodes::print_mode::kCropToContent) {
         unsigned char* out = nullptr;
         unsigned int capacity = 0;
         bmp.CoverBMP2OutputFormat(pdev.pBufStart, pdev.dwBufSize, &out, &capacity, &work.header, &work.rect,
@@ -439,7 +438,7 @@ void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
-    if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == 1 || cfg.sSavePaper == 1)))
+    if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == kvcodes::print_mode::kCropToContent || cfg.sSavePaper == kvcodes::save_paper::kOn)))
         return;
     const int32_t newH = static_cast<int32_t>(static_cast<double>(work.h) / work.w * maxDots);
     const int64_t newStride = BmpRowStride(work.header.biBitCount, maxDots);
@@ -469,7 +468,7 @@ void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orie
                                   const COLORLEVELSITEM& levels)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
-    if (cfg.sPaperMode != 0)
+    if (cfg.sPaperMode != kvcodes::print_mode::kOff)
         return;
     unsigned char* out = nullptr;
     unsigned int capacity = 0;
@@ -491,7 +490,7 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
     const bool invert = cfg.bNegative != 0;
     if (!work.Writable())
         return;
-    if (cfg.sHalftoneMethod == kAdaptiveHalftone) {
+    if (cfg.sHalftoneMethod == kvimg::kLocalAdaptive) {
         unsigned char* out = nullptr;
         int outSize = 0;
         if (AdaptiveThreshold(work.buffer.get(), work.w, work.h, static_cast<int>(work.stride), &out, &outSize,
@@ -533,10 +532,10 @@ bool CEPLRender::ThresholdInPlace(CBmpProcessing& bmp, WorkImage& work, bool inv
 {
     const bool whole = work.h > 0 && work.w > 0 && work.stride > 0 &&
                        work.Readable() == static_cast<uint64_t>(work.h) * static_cast<uint64_t>(work.stride);
-    if (m_pOemCfg->sHalftoneMethod != kFixedThresholdHalftone || !whole)
+    if (m_pOemCfg->sHalftoneMethod != kvimg::kFixedThreshold || !whole)
         return false;
     unsigned char* image = work.buffer.get();
-    bmp.Dither(kFixedThresholdHalftone, image, image, static_cast<unsigned>(work.h), static_cast<unsigned>(work.w),
+    bmp.Dither(kvimg::kFixedThreshold, image, image, static_cast<unsigned>(work.h), static_cast<unsigned>(work.w),
                static_cast<unsigned>(work.stride), 0, invert);
     const int64_t written = std::min<int64_t>(work.w, work.stride);
     for (int64_t y = 0; y < work.h; ++y)

@@ -9,20 +9,21 @@
 #include <string>
 #include <vector>
 
+#include "OptionCodes.h"
+#include "RecordUnits.h"
+
 namespace kvppd {
 namespace {
 
-constexpr double kPointsPerInch = 72.0;
-constexpr double kMmPerInch = 25.4;
-// Tenths of a millimetre per inch: the unit of the filter's cut position.
-constexpr double kTenthMmPerInch = 254.0;
+using namespace kvcodes;
+using kvunits::kMmPerInch;
+using kvunits::kPointsPerInch;
+using kvunits::kTenthMmPerInch;
+
 // EPL "f" value of the nominal cut and tear position; the filter sends the
 // cut position only when it converts to 70..130 dots, so the choices stay
 // around this middle.
 constexpr int kNominalCutDots = 100;
-// Choice code that the filter reads as "leave the printer's own density or
-// speed", for which it sends no command at all.
-constexpr const char* kPrinterDefaultCode = "1000";
 // Longest label the custom size accepts: 40 inches of 72 points.
 constexpr int kMaxCustomLengthPt = 40 * 72;
 // Shortest and narrowest custom label: half an inch of 72 points.
@@ -132,6 +133,12 @@ LabelSize DefaultSize(const PpdModel& m)
     return m.headInches > kTwoInch ? LabelSize{4, 6, false} : LabelSize{2, 1, false};
 }
 
+// The choice of a fixed label length of `mm` millimetres, with its code.
+Choice SheetLength(int mm, long code)
+{
+    return {Int(mm) + "mm", Int(mm) + " mm", Int(code)};
+}
+
 // Returns an Off/On option with codes 0 and 1, Off being the default.
 UiOption OffOn(const std::string& keyword, const std::string& text, const std::string& onText)
 {
@@ -160,7 +167,7 @@ std::vector<Choice> DecimalMm(const std::vector<double>& values)
 // Returns the darkness option: the printer's own setting or EPL levels.
 UiOption DensityOption()
 {
-    UiOption o{"Density", "Darkness", "PrinterDefault", {{"PrinterDefault", "Printer default", kPrinterDefaultCode}}};
+    UiOption o{"Density", "Darkness", "PrinterDefault", {{"PrinterDefault", "Printer default", Int(kPrinterDefault)}}};
     constexpr int kLightest = 0;
     constexpr int kDarkest = 15;  // EPL "D" accepts 0..15
     for (int d = kLightest; d <= kDarkest; ++d) {
@@ -177,7 +184,7 @@ UiOption DensityOption()
 // Returns the speed option: the printer's own setting or EPL levels.
 UiOption SpeedOption()
 {
-    UiOption o{"PrintSpeed", "Print Speed", "PrinterDefault", {{"PrinterDefault", "Printer default", kPrinterDefaultCode}}};
+    UiOption o{"PrintSpeed", "Print Speed", "PrinterDefault", {{"PrinterDefault", "Printer default", Int(kPrinterDefault)}}};
     constexpr int kSlowest = 1;
     constexpr int kFastest = 6;  // the EPL "S" levels of common models
     for (int s = kSlowest; s <= kFastest; ++s) {
@@ -196,15 +203,15 @@ UiOption SpeedOption()
 UiOption HalftoneOption()
 {
     return {"Halftone", "Halftoning", "Threshold",
-            {{"Threshold", "Fixed threshold (crisp barcodes and text)", "1"},
-             {"ErrorDiffusion", "Error diffusion (photos)", "2"},
-             {"Ordered16", "Ordered dither, 16 x 16 screen", "3"},
-             {"Adaptive", "Adaptive threshold (uneven backgrounds)", "4"},
-             {"Dispersed40", "Dispersed dither, 40 x 40 screen", "5"},
-             {"Levels16", "Ordered dither, 16 levels", "7"},
-             {"Bayer4", "Ordered dither, 4 x 4", "8"},
-             {"Screen8x16", "Halftone screen, 8 x 16", "9"},
-             {"Bayer4Alt", "Ordered dither, 4 x 4 (alternative)", "10"}}};
+            {{"Threshold", "Fixed threshold (crisp barcodes and text)", Int(kvimg::kFixedThreshold)},
+             {"ErrorDiffusion", "Error diffusion (photos)", Int(kvimg::kDiffuseFour)},
+             {"Ordered16", "Ordered dither, 16 x 16 screen", Int(kvimg::kScreen16)},
+             {"Adaptive", "Adaptive threshold (uneven backgrounds)", Int(kvimg::kLocalAdaptive)},
+             {"Dispersed40", "Dispersed dither, 40 x 40 screen", Int(kvimg::kScreen40)},
+             {"Levels16", "Ordered dither, 16 levels", Int(kvimg::kScreen15)},
+             {"Bayer4", "Ordered dither, 4 x 4", Int(kvimg::kMatrix4)},
+             {"Screen8x16", "Halftone screen, 8 x 16", Int(kvimg::kScreen8)},
+             {"Bayer4Alt", "Ordered dither, 4 x 4 (alternative)", Int(kvimg::kInterleaved)}}};
 }
 
 // Cut and tear position: "PrinterDefault" has code 0, which converts to no
@@ -313,18 +320,18 @@ Group GeneralGroup()
     Group g{"General", "General", {}};
     // Page sizes are written separately (they need PageRegion and friends).
     g.options.push_back({"MediaType", "Media Type", "Gap",
-                         {{"Gap", "Gap", "1"},
-                          {"BlackMark", "Black mark", "2"},
-                          {"Continuous", "Continuous", "0"}}});
+                         {{"Gap", "Gap", Int(media::kGap)},
+                          {"BlackMark", "Black mark", Int(media::kBlackMark)},
+                          {"Continuous", "Continuous", Int(media::kContinuous)}}});
     g.options.push_back({"PrintMethod", "Print Method", "DirectThermal",
-                         {{"DirectThermal", "Direct thermal (no ribbon)", "1"},
-                          {"ThermalTransfer", "Thermal transfer (ribbon)", "0"}}});
+                         {{"DirectThermal", "Direct thermal (no ribbon)", Int(print_method::kDirectThermal)},
+                          {"ThermalTransfer", "Thermal transfer (ribbon)", Int(print_method::kThermalTransfer)}}});
     // "Mode" 4 hands the cut to "CutMethod", whose choices are all 1..4.
     g.options.push_back({"Mode", "After Printing", "TearOff",
-                         {{"TearOff", "Tear off", "0"},
-                          {"TearOffNoBackfeed", "Tear off, no back-feed", "1"},
-                          {"PeelOff", "Peel off", "2"},
-                          {"Cutter", "Cutter", "4"}}});
+                         {{"TearOff", "Tear off", Int(after_print::kTearOff)},
+                          {"TearOffNoBackfeed", "Tear off, no back-feed", Int(after_print::kTearOffNoBackFeed)},
+                          {"PeelOff", "Peel off", Int(after_print::kPeelOff)},
+                          {"Cutter", "Cutter", Int(after_print::kCutter)}}});
     g.options.push_back(DensityOption());
     g.options.push_back(SpeedOption());
     g.options.push_back(HalftoneOption());
@@ -340,14 +347,14 @@ Group MediaGroup(const PpdModel& m)
     g.options.push_back({"StartOffsetValue", "Extra Length Before", "0mm", WholeMm({0, 1, 2, 3, 4, 5, 10})});
     g.options.push_back({"EndOffsetValue", "Extra Length After", "0mm", WholeMm({0, 1, 2, 3, 4, 5, 10})});
     g.options.push_back({"PrintMode", "Page Cropping", "Off",
-                         {{"Off", "Off (label size from the page)", "0"},
-                          {"CropToContent", "Crop to the printed content", "1"}}});
+                         {{"Off", "Off (label size from the page)", Int(print_mode::kOff)},
+                          {"CropToContent", "Crop to the printed content", Int(print_mode::kCropToContent)}}});
     g.options.push_back(OffOn("SavePaper", "Save Paper", "On (label length follows each page)"));
     g.options.push_back({"FixedHeight", "Per-Page Label Length", "FromContent",
-                         {{"FromContent", "From the content", "0"},
-                          {"297mm", "297 mm", "1"},
-                          {"210mm", "210 mm", "2"},
-                          {"148mm", "148 mm", "3"}}});
+                         {{"FromContent", "From the content", Int(fixed_height::kFromContent)},
+                          SheetLength(fixed_height::kA4LengthMm, fixed_height::kA4),
+                          SheetLength(fixed_height::kA5LengthMm, fixed_height::kA5),
+                          SheetLength(fixed_height::kA6LengthMm, fixed_height::kA6)}});
     g.options.push_back(MaxWidthOption(m));
     return g;
 }
@@ -358,10 +365,10 @@ Group CutterGroup(const PpdModel& m)
 {
     Group g{"Cutter", "Cutter", {}};
     g.options.push_back({"CutMethod", "Cut", "EachLabel",
-                         {{"EachLabel", "After every label", "1"},
-                          {"EndOfJob", "At the end of the job", "2"},
-                          {"EveryNPages", "Every N pages (Cut Interval)", "3"},
-                          {"EachPage", "After all copies of each page", "4"}}});
+                         {{"EachLabel", "After every label", Int(cut_method::kEachLabel)},
+                          {"EndOfJob", "At the end of the job", Int(cut_method::kEndOfJob)},
+                          {"EveryNPages", "Every N pages (Cut Interval)", Int(cut_method::kEveryInterval)},
+                          {"EachPage", "After all copies of each page", Int(cut_method::kEachPage)}}});
     UiOption interval{"interval", "Cut Interval (pages)", "1", {}};
     for (int n : {1, 2, 3, 4, 5, 10, 20, 25, 50, 100})
         interval.choices.push_back({Int(n), Int(n), Int(n)});
@@ -376,20 +383,22 @@ Group PositionGroup()
     static const std::vector<double> kShifts = {0, 0.5, 1, 1.5, 2, 2.5, 3, 4, 5, 6, 8, 10};
     Group g{"Position", "Image Position", {}};
     g.options.push_back({"horizontalOffset", "Horizontal Shift Direction", "Right",
-                         {{"Right", "Right", "0"}, {"Left", "Left", "1"}}});
+                         {{"Right", "Right", Int(shift_direction::kRightOrDown)},
+                          {"Left", "Left", Int(shift_direction::kLeftOrUp)}}});
     g.options.push_back({"HorizontalOffsetValue", "Horizontal Shift", "0mm", DecimalMm(kShifts)});
     g.options.push_back({"verticalOffset", "Vertical Shift Direction", "Down",
-                         {{"Down", "Down", "0"}, {"Up", "Up", "1"}}});
+                         {{"Down", "Down", Int(shift_direction::kRightOrDown)},
+                          {"Up", "Up", Int(shift_direction::kLeftOrUp)}}});
     g.options.push_back({"VerticalOffsetValue", "Vertical Shift", "0mm", DecimalMm(kShifts)});
     g.options.push_back({"Rotation", "Rotation", "None",
-                         {{"None", "None", "0"},
-                          {"Left90", "90 degrees counter-clockwise", "1"},
-                          {"Turn180", "180 degrees", "2"},
-                          {"Right90", "90 degrees clockwise", "3"}}});
+                         {{"None", "None", Int(rotation::kNone)},
+                          {"Left90", "90 degrees counter-clockwise", Int(rotation::kLeft90)},
+                          {"Turn180", "180 degrees", Int(rotation::kTurn180)},
+                          {"Right90", "90 degrees clockwise", Int(rotation::kRight90)}}});
     g.options.push_back({"AutoRotate", "Rotate Wide Pages", "Off",
-                         {{"Off", "Off", "0"},
-                          {"CounterClockwise", "Counter-clockwise", "1"},
-                          {"Clockwise", "Clockwise", "3"}}});
+                         {{"Off", "Off", Int(auto_rotate::kOff)},
+                          {"CounterClockwise", "Counter-clockwise", Int(auto_rotate::kCounterClockwise)},
+                          {"Clockwise", "Clockwise", Int(auto_rotate::kClockwise)}}});
     // Not "On": the spooler's PDF and image filters mirror the page
     // themselves when an option "mirror" is on, true or yes, and the two
     // mirrorings would cancel out.

@@ -170,33 +170,18 @@ void DiffuseFour(const DitherFrame& f)
     }
 }
 
-// Method 3: white from 250 up, or when non-zero and the 16 x 16 entry is
-// not above the source.
-void Screen16(const DitherFrame& f)
+// Methods 3 and 5, ordered dither over a square screen of `size` x `size`
+// entries (16 and 40): white from 250 up, black at 0, otherwise white
+// where the screen's entry for the pixel is not above it.
+void SquareScreen(const DitherFrame& f, const uint8_t* screen, int64_t size)
 {
     for (int64_t y = 0; y < f.height; ++y) {
         const unsigned char* in = f.src + y * f.stride;
         unsigned char* out = f.dst + y * f.stride;
-        const uint8_t* screen = kScreen16x16[y % kScreen16Size];
+        const uint8_t* entries = screen + (y % size) * size;
         for (int64_t x = 0; x < f.width; ++x) {
             const int v = in[x];
-            const bool white = v >= kScreenWhiteFrom || (v != 0 && screen[x % kScreen16Size] <= v);
-            out[x] = white ? f.white : f.black;
-        }
-    }
-}
-
-// Method 5: white from 250 up, black at 0, otherwise black only where the
-// 40 x 40 entry is above the source.
-void Screen40(const DitherFrame& f)
-{
-    for (int64_t y = 0; y < f.height; ++y) {
-        const unsigned char* in = f.src + y * f.stride;
-        unsigned char* out = f.dst + y * f.stride;
-        const uint8_t* screen = kScreen40x40[y % kScreen40Size];
-        for (int64_t x = 0; x < f.width; ++x) {
-            const int v = in[x];
-            const bool white = v >= kScreenWhiteFrom || (v != 0 && screen[x % kScreen40Size] <= v);
+            const bool white = v >= kScreenWhiteFrom || (v != 0 && entries[x % size] <= v);
             out[x] = white ? f.white : f.black;
         }
     }
@@ -351,7 +336,7 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
         DiffuseFour(f);
         break;
     case kScreen16:
-        Screen16(f);
+        SquareScreen(f, &kScreen16x16[0][0], kScreen16Size);
         break;
     case kLocalAdaptive: {
         // The renderer never comes here: for method 4 it runs the
@@ -367,7 +352,7 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
         break;
     }
     case kScreen40:
-        Screen40(f);
+        SquareScreen(f, &kScreen40x40[0][0], kScreen40Size);
         break;
     case kDiffuseTwelve:
         DiffuseTwelve(f);

@@ -2,6 +2,7 @@
 #include "PrintJob.h"
 
 #include "PpdWriter.h"
+#include "TempDir.h"
 
 namespace kvtest {
 

@@ -13,6 +13,7 @@
 #include "BmpFile.h"
 #include "PpdWriter.h"
 #include "PrintJob.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

@@ -10,6 +10,7 @@
 #include "PpdWriter.h"
 #include "PrintJob.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
 
 using namespace kvtest;
 

@@ -14,6 +14,8 @@
 #include "PpdWriter.h"
 #include "PrintJob.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

@@ -22,6 +22,7 @@
 #include "PlantedFiles.h"
 #include "PpdWriter.h"
 #include "PrintJob.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

@@ -11,6 +11,7 @@
 
 #include "PpdWriter.h"
 #include "PrintJob.h"
+#include "TempDir.h"
 
 using namespace kvtest;
 

@@ -16,6 +16,8 @@
 #include "PpdWriter.h"
 #include "PrintJob.h"
 #include "RasterReader.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

@@ -1,12 +1,10 @@
-// Helpers for the PPD tests: a private temporary directory, the "PPD"
-// environment variable set for one test, and a PPD opened the way the
-// filter opens it (defaults marked, then the job's options applied).
+// Helpers for the PPD tests: the "PPD" environment variable set for one
+// test, and a PPD opened the way the filter opens it (defaults marked, then
+// the job's options applied).
 #ifndef KV_TESTS_FILTER_PPD_TEST_SUPPORT_H
 #define KV_TESTS_FILTER_PPD_TEST_SUPPORT_H
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
 
@@ -15,40 +13,10 @@
 
 #include <gtest/gtest.h>
 
+#include "TempDir.h"
+#include "TestFiles.h"
+
 namespace ppdtest {
-
-// A directory of its own under the system's temporary directory, removed
-// with everything in it when the holder goes.
-class TempDir {
- public:
-  TempDir() {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "kvppdtest.XXXXXX").string();
-    if (mkdtemp(pattern.data()) != nullptr) path_ = pattern;
-  }
-  ~TempDir() {
-    std::error_code ignored;
-    if (!path_.empty()) std::filesystem::remove_all(path_, ignored);
-  }
-  TempDir(const TempDir&) = delete;
-  TempDir& operator=(const TempDir&) = delete;
-
-  // Returns the full path of `name` inside the directory.
-  std::string File(const std::string& name) const { return path_ + "/" + name; }
-
-  // Returns false when the directory could not be made.
-  bool Valid() const { return !path_.empty(); }
-
- private:
-  std::string path_;
-};
-
-// Writes `bytes` exactly as given; returns false when the file cannot be written.
-inline bool WriteBytes(const std::string& path, const std::string& bytes) {
-  std::ofstream out(path, std::ios::binary | std::ios::trunc);
-  out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
-  return static_cast<bool>(out);
-}
 
 // Sets (or, for a null value, removes) an environment variable for the
 // holder's lifetime and restores the old state afterwards.
@@ -121,8 +89,7 @@ class PpdFileTest : public ::testing::Test {
  protected:
   // Writes `text` as the test's PPD file and makes it the job's PPD.
   void UsePpd(const std::string& text) {
-    ASSERT_TRUE(dir_.Valid());
-    ASSERT_TRUE(WriteBytes(Path(), text));
+    ASSERT_TRUE(kvtest::WriteFile(Path(), text));
     env_.reset();  // restore the old value before saving it again
     env_ = std::make_unique<ScopedEnv>("PPD", Path().c_str());
   }
@@ -130,7 +97,7 @@ class PpdFileTest : public ::testing::Test {
   // Returns the path of the test's PPD file.
   std::string Path() const { return dir_.File("job.ppd"); }
 
-  TempDir dir_;
+  kvtest::TempDir dir_;
   std::unique_ptr<ScopedEnv> env_;
 };
 

@@ -14,6 +14,8 @@
 
 #include "PpdWriter.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 #include "rastokivepl.h"
 
 using namespace kvtest;

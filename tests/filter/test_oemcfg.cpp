@@ -9,6 +9,7 @@
 #include "LogCapture.h"
 #include "PpdWriter.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
 
 // The job records are packed: a member that may sit at an unaligned address
 // is copied into a local before EXPECT_EQ, which binds its arguments to

@@ -8,8 +8,8 @@
 #include <cstring>
 #include <random>
 
-#include "PpdWriter.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
 #include "rastokivepl.h"
 
 using namespace kvtest;

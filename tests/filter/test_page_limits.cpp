@@ -8,6 +8,7 @@
 #include "PageLimits.h"
 #include "PpdWriter.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
 
 using kvtest::RgbHeader;
 

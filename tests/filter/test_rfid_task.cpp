@@ -11,8 +11,8 @@
 #include <cstring>
 #include <string>
 
-#include "PpdWriter.h"
 #include "StdoutCapture.h"
+#include "TestFiles.h"
 #include "rastokivepl.h"
 
 using namespace kvtest;

@@ -14,6 +14,8 @@
 #include "GetPpdSelfOption.h"
 #include "InitalizeOemCfg.h"
 #include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace {
 

@@ -13,9 +13,10 @@
 #include <string>
 #include <vector>
 
-#include "PpdWriter.h"
 #include "RasterJobInput.h"
 #include "SpoolerMessages.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 #include "rastokivepl.h"
 
 namespace {

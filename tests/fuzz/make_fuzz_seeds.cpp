@@ -10,9 +10,10 @@
 #include <string>
 #include <vector>
 
-#include "PpdWriter.h"
 #include "RasterJobInput.h"
 #include "RasterWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 using kvtest::RasterPage;
 

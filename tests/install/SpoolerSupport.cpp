@@ -18,6 +18,8 @@
 #include <filesystem>
 #include <thread>
 
+#include "TestFiles.h"
+
 namespace kvinstall {
 namespace {
 

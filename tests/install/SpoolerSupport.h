@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "CommandRunner.h"
-#include "PpdWriter.h"
+#include "TempDir.h"
 
 namespace kvinstall {
 

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "CommandRunner.h"
-#include "PpdWriter.h"
 #include "SpoolerSupport.h"
+#include "TestFiles.h"
 
 namespace {
 

@@ -14,9 +14,10 @@
 #include "CommandRunner.h"
 #include "PdfLabel.h"
 #include "PngFile.h"
-#include "PpdWriter.h"
 #include "RasterWriter.h"
 #include "SpoolerSupport.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace {
 

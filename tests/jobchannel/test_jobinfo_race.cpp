@@ -14,8 +14,9 @@
 
 #include "JobInfoFile.h"
 #include "LogLines.h"
-#include "PpdWriter.h"
 #include "Subprocess.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

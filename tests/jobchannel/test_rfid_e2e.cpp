@@ -24,6 +24,8 @@
 #include "PpdWriter.h"
 #include "RasterWriter.h"
 #include "RfidService.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

@@ -211,26 +211,26 @@ INSTANTIATE_TEST_SUITE_P(
 // ---- the configuration file -------------------------------------------------
 
 TEST_F(LogConfigRules, ConfigAfterAnUnreadableFileIsStillRefused) {
-    writeFile(dir.file("good.cfg"), "[Main]\nname=good\n");
-    ASSERT_FALSE(mgr.config(dir.file("missing.cfg").c_str()));
-    EXPECT_FALSE(mgr.config(dir.file("good.cfg").c_str()));
+    WriteFile(dir.File("good.cfg"), "[Main]\nname=good\n");
+    ASSERT_FALSE(mgr.config(dir.File("missing.cfg").c_str()));
+    EXPECT_FALSE(mgr.config(dir.File("good.cfg").c_str()));
     EXPECT_EQ("Main", snapshotOf(mgr, 0).strName);
 }
 
 TEST_F(LogConfigRules, SecondConfigKeepsTheFirstPathForUpdates) {
-    writeFile(dir.file("one.cfg"), "[Main]\nname=one\n");
-    writeFile(dir.file("two.cfg"), "[Main]\nname=two\n");
-    ASSERT_TRUE(mgr.config(dir.file("one.cfg").c_str()));
-    ASSERT_FALSE(mgr.config(dir.file("two.cfg").c_str()));
-    writeFile(dir.file("one.cfg"), "[Main]\nname=one again\n");
+    WriteFile(dir.File("one.cfg"), "[Main]\nname=one\n");
+    WriteFile(dir.File("two.cfg"), "[Main]\nname=two\n");
+    ASSERT_TRUE(mgr.config(dir.File("one.cfg").c_str()));
+    ASSERT_FALSE(mgr.config(dir.File("two.cfg").c_str()));
+    WriteFile(dir.File("one.cfg"), "[Main]\nname=one again\n");
     ASSERT_TRUE(mgr.updateConfig());
     EXPECT_EQ("one again", snapshotOf(mgr, 0).strName);
 }
 
 TEST_F(LogConfigRules, ConfigFromStringLeavesTheConfigFileAvailable) {
-    writeFile(dir.file("log.cfg"), "[Main]\nname=from file\n");
+    WriteFile(dir.File("log.cfg"), "[Main]\nname=from file\n");
     ASSERT_TRUE(mgr.configFromString("[Main]\nname=from text\n"));
-    EXPECT_TRUE(mgr.config(dir.file("log.cfg").c_str()));
+    EXPECT_TRUE(mgr.config(dir.File("log.cfg").c_str()));
     EXPECT_EQ("from file", snapshotOf(mgr, 0).strName);
 }
 

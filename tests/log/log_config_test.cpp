@@ -226,22 +226,22 @@ INSTANTIATE_TEST_SUITE_P(
 // ---- the configuration file ----------------------------------------------
 
 TEST_F(LogConfig, ConfigReadsTheFile) {
-    writeFile(dir.file("log.cfg"), "[Label]\npath=/from/file\n");
-    EXPECT_TRUE(mgr.config(dir.file("log.cfg").c_str()));
+    WriteFile(dir.File("log.cfg"), "[Label]\npath=/from/file\n");
+    EXPECT_TRUE(mgr.config(dir.File("log.cfg").c_str()));
     EXPECT_EQ("/from/file", snapshotOf(mgr, mgr.findLogger("Label")).strPath);
 }
 
 TEST_F(LogConfig, SecondConfigReturnsFalseAndChangesNothing) {
-    writeFile(dir.file("one.cfg"), "[Main]\nname=one\n");
-    writeFile(dir.file("two.cfg"), "[Main]\nname=two\n[Label]\n");
-    ASSERT_TRUE(mgr.config(dir.file("one.cfg").c_str()));
-    EXPECT_FALSE(mgr.config(dir.file("two.cfg").c_str()));
+    WriteFile(dir.File("one.cfg"), "[Main]\nname=one\n");
+    WriteFile(dir.File("two.cfg"), "[Main]\nname=two\n[Label]\n");
+    ASSERT_TRUE(mgr.config(dir.File("one.cfg").c_str()));
+    EXPECT_FALSE(mgr.config(dir.File("two.cfg").c_str()));
     EXPECT_EQ("one", snapshotOf(mgr, 0).strName);
     EXPECT_EQ(-1, mgr.findLogger("Label"));
 }
 
 TEST_F(LogConfig, UnreadableConfigFileReturnsFalse) {
-    EXPECT_FALSE(mgr.config(dir.file("missing.cfg").c_str()));
+    EXPECT_FALSE(mgr.config(dir.File("missing.cfg").c_str()));
 }
 
 TEST_F(LogConfig, NullConfigPathReturnsFalse) { EXPECT_FALSE(mgr.config(nullptr)); }
@@ -249,16 +249,16 @@ TEST_F(LogConfig, NullConfigPathReturnsFalse) { EXPECT_FALSE(mgr.config(nullptr)
 TEST_F(LogConfig, UpdateConfigWithoutAPathReturnsFalse) { EXPECT_FALSE(mgr.updateConfig()); }
 
 TEST_F(LogConfig, UpdateConfigOfAVanishedFileReturnsFalse) {
-    writeFile(dir.file("log.cfg"), "[Main]\n");
-    ASSERT_TRUE(mgr.config(dir.file("log.cfg").c_str()));
-    remove(dir.file("log.cfg").c_str());
+    WriteFile(dir.File("log.cfg"), "[Main]\n");
+    ASSERT_TRUE(mgr.config(dir.File("log.cfg").c_str()));
+    remove(dir.File("log.cfg").c_str());
     EXPECT_FALSE(mgr.updateConfig());
 }
 
 TEST_F(LogConfig, UpdateConfigReappliesTheFileToAnExistingLogger) {
-    writeFile(dir.file("log.cfg"), "[Label]\npath=/first\n");
-    ASSERT_TRUE(mgr.config(dir.file("log.cfg").c_str()));
-    writeFile(dir.file("log.cfg"), "[Label]\npath=/second\nlevel=error\n");
+    WriteFile(dir.File("log.cfg"), "[Label]\npath=/first\n");
+    ASSERT_TRUE(mgr.config(dir.File("log.cfg").c_str()));
+    WriteFile(dir.File("log.cfg"), "[Label]\npath=/second\nlevel=error\n");
     EXPECT_TRUE(mgr.updateConfig());
     LoggerSnapshot s = snapshotOf(mgr, 1);
     EXPECT_EQ("/second", s.strPath);
@@ -267,24 +267,24 @@ TEST_F(LogConfig, UpdateConfigReappliesTheFileToAnExistingLogger) {
 }
 
 TEST_F(LogConfig, UpdateConfigWhileRunningMovesTheLoggerToItsNewPath) {
-    writeFile(dir.file("log.cfg"), "[Main]\npath=" + dir.file("first") + "\n");
-    ASSERT_TRUE(mgr.config(dir.file("log.cfg").c_str()));
+    WriteFile(dir.File("log.cfg"), "[Main]\npath=" + dir.File("first") + "\n");
+    ASSERT_TRUE(mgr.config(dir.File("log.cfg").c_str()));
     ASSERT_TRUE(mgr.start());
-    writeFile(dir.file("log.cfg"), "[Main]\npath=" + dir.file("second") + "\n");
+    WriteFile(dir.File("log.cfg"), "[Main]\npath=" + dir.File("second") + "\n");
     unsigned long long pushed = mgr.getStatusTotalPushQueue();
     ASSERT_TRUE(mgr.updateConfig());
     EXPECT_LT(pushed, mgr.getStatusTotalPushQueue());
     ASSERT_TRUE(mgr.stop());
     ASSERT_TRUE(mgr.start());
-    EXPECT_TRUE(fileExists(dir.file("second/Main.log")));
+    EXPECT_TRUE(FileExists(dir.File("second/Main.log")));
 }
 
 TEST_F(LogConfig, AutoUpdateRereadsTheFileOnItsInterval) {
-    writeFile(dir.file("log.cfg"), "[Main]\npath=" + dir.path() + "\nlevel=debug\n");
-    ASSERT_TRUE(mgr.config(dir.file("log.cfg").c_str()));
+    WriteFile(dir.File("log.cfg"), "[Main]\npath=" + dir.Path() + "\nlevel=debug\n");
+    ASSERT_TRUE(mgr.config(dir.File("log.cfg").c_str()));
     mgr.setAutoUpdate(1);
     ASSERT_TRUE(mgr.start());
-    writeFile(dir.file("log.cfg"), "[Main]\npath=" + dir.path() + "\nlevel=error\n");
+    WriteFile(dir.File("log.cfg"), "[Main]\npath=" + dir.Path() + "\nlevel=error\n");
     // The worker re-reads once more than one second has passed; allow it ten.
     for (int i = 0; i < 200 && snapshotOf(mgr, 0).nLevel != LOG_ERROR; ++i) {
         usleep(50 * 1000);

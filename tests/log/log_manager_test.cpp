@@ -17,20 +17,20 @@ namespace {
 class LogManager : public ::testing::Test {
 protected:
     void SetUp() override {
-        ASSERT_FALSE(dir.path().empty());
-        mgr.setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.path().c_str());
+        ASSERT_FALSE(dir.Path().empty());
+        mgr.setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
         mgr.setLoggerName(LOG4Z_MAIN_LOGGER_ID, "kvepl");
     }
 
     // Creates "Label" writing into the test directory; returns its id.
     LoggerId makeLabel() {
         LoggerId id = mgr.createLogger("Label");
-        mgr.setLoggerPath(id, dir.path().c_str());
+        mgr.setLoggerPath(id, dir.Path().c_str());
         return id;
     }
 
-    std::string mainLog() const { return dir.file("kvepl.log"); }
-    std::string labelLog() const { return dir.file("Label.log"); }
+    std::string mainLog() const { return dir.File("kvepl.log"); }
+    std::string labelLog() const { return dir.File("Label.log"); }
 
     TempDir dir;
     LogerManager mgr; // declared after dir: stops before the directory goes
@@ -95,7 +95,7 @@ TEST_F(LogManager, StoppedManagerStartsAgain) {
 TEST_F(LogManager, StartWritesTheBannerFirst) {
     mgr.setLoggerFileLine(0, false);
     ASSERT_TRUE(mgr.start());
-    std::vector<std::string> lines = splitLines(readFile(mainLog()));
+    std::vector<std::string> lines = splitLines(ReadFile(mainLog()));
     ASSERT_GE(lines.size(), 1u);
     ParsedLine banner = parseLine(lines[0]);
     ASSERT_TRUE(banner.ok);
@@ -105,7 +105,7 @@ TEST_F(LogManager, StartWritesTheBannerFirst) {
 
 TEST_F(LogManager, BannerCarriesTheLoggersSourceFileAndLine) {
     ASSERT_TRUE(mgr.start());
-    std::vector<std::string> lines = splitLines(readFile(mainLog()));
+    std::vector<std::string> lines = splitLines(ReadFile(mainLog()));
     ASSERT_GE(lines.size(), 1u);
     ParsedLine banner = parseLine(lines[0]);
     EXPECT_TRUE(std::regex_match(
@@ -119,18 +119,18 @@ TEST_F(LogManager, StartWritesOneTableLinePerLogger) {
     mgr.setLoggerDisplay(1, false);
     mgr.setLoggerLevel(1, LOG_WARN);
     ASSERT_TRUE(mgr.start());
-    std::vector<std::string> lines = splitLines(readFile(mainLog()));
+    std::vector<std::string> lines = splitLines(ReadFile(mainLog()));
     ASSERT_EQ(3u, lines.size());
-    EXPECT_EQ("logger id=0 key=Main name=kvepl path=" + dir.path() + " level=1 display=true\r\n",
+    EXPECT_EQ("logger id=0 key=Main name=kvepl path=" + dir.Path() + " level=1 display=true\r\n",
               parseLine(lines[1]).rest);
-    EXPECT_EQ("logger id=1 key=Label name=Label path=" + dir.path() + " level=3 display=false\r\n",
+    EXPECT_EQ("logger id=1 key=Label name=Label path=" + dir.Path() + " level=3 display=false\r\n",
               parseLine(lines[2]).rest);
     EXPECT_EQ("LOG_ALARM", parseLine(lines[2]).level);
 }
 
 TEST_F(LogManager, SettingsMadeBeforeStartShapeTheFirstFile) {
     ASSERT_TRUE(mgr.start());
-    EXPECT_TRUE(fileExists(mainLog()));
+    EXPECT_TRUE(FileExists(mainLog()));
     EXPECT_EQ(0u, mgr.getStatusTotalPushQueue());
 }
 
@@ -186,21 +186,21 @@ TEST_F(LogManager, LineEndsWithFileNameLineAndCrLf) {
     LogData *r = recordWith(mgr, 0, LOG_DEBUG, "hello");
     std::string expected = recordText(r) + " CLEFile.cpp:42\r\n";
     ASSERT_TRUE(mgr.pushLog(r, "jobchannel/CLEFile.cpp", 42));
-    EXPECT_EQ(expected, splitLines(readFile(mainLog())).back());
+    EXPECT_EQ(expected, splitLines(ReadFile(mainLog())).back());
 }
 
 TEST_F(LogManager, FileNameWithSlashesPrintsOnlyItsLastComponent) {
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, 0, LOG_DEBUG, "m");
     ASSERT_TRUE(mgr.pushLog(r, "/abs/dir/sub/file.cpp", 7));
-    EXPECT_EQ("m file.cpp:7\r\n", parseLine(splitLines(readFile(mainLog())).back()).rest);
+    EXPECT_EQ("m file.cpp:7\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
 TEST_F(LogManager, FileNameWithBackslashesPrintsOnlyItsLastComponent) {
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, 0, LOG_DEBUG, "m");
     ASSERT_TRUE(mgr.pushLog(r, "c:\\src\\win.cpp", 9));
-    EXPECT_EQ("m win.cpp:9\r\n", parseLine(splitLines(readFile(mainLog())).back()).rest);
+    EXPECT_EQ("m win.cpp:9\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
 TEST_F(LogManager, FileLineOffLeavesOnlyTheMessage) {
@@ -208,14 +208,14 @@ TEST_F(LogManager, FileLineOffLeavesOnlyTheMessage) {
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, 0, LOG_DEBUG, "bare");
     ASSERT_TRUE(mgr.pushLog(r, "x.cpp", 1));
-    EXPECT_EQ("bare\r\n", parseLine(splitLines(readFile(mainLog())).back()).rest);
+    EXPECT_EQ("bare\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
 TEST_F(LogManager, NoFileNameLeavesOnlyTheMessage) {
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, 0, LOG_DEBUG, "bare");
     ASSERT_TRUE(mgr.pushLog(r, nullptr, 5));
-    EXPECT_EQ("bare\r\n", parseLine(splitLines(readFile(mainLog())).back()).rest);
+    EXPECT_EQ("bare\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
 TEST_F(LogManager, OverlongMessageIsCutToEndInCrLf) {
@@ -227,7 +227,7 @@ TEST_F(LogManager, OverlongMessageIsCutToEndInCrLf) {
     int len = snprintf(r->text + r->nLength, static_cast<size_t>(room), "%s", big.c_str());
     r->nLength += len > room ? room : len;
     ASSERT_TRUE(mgr.pushLog(r, "long.cpp", 1));
-    std::string line = splitLines(readFile(mainLog())).back();
+    std::string line = splitLines(ReadFile(mainLog())).back();
     EXPECT_EQ(8191u, line.size());
     EXPECT_EQ(prefix + std::string(8189 - prefix.size(), 'x') + "\r\n", line);
 }
@@ -239,7 +239,7 @@ TEST_F(LogManager, FileAndLineAreCutWhenTheRoomRunsOut) {
     std::string msg(8185 - prefix.size(), 'y'); // leaves 7 bytes of room for " f.cpp:7"
     r->nLength += snprintf(r->text + r->nLength, 8192 - r->nLength, "%s", msg.c_str());
     ASSERT_TRUE(mgr.pushLog(r, "f.cpp", 7));
-    EXPECT_EQ(prefix + msg + " f.c\r\n", splitLines(readFile(mainLog())).back());
+    EXPECT_EQ(prefix + msg + " f.c\r\n", splitLines(ReadFile(mainLog())).back());
 }
 
 TEST_F(LogManager, DamagedLengthIsClampedIntoTheRecord) {
@@ -248,13 +248,13 @@ TEST_F(LogManager, DamagedLengthIsClampedIntoTheRecord) {
     memset(r->text, 'z', kLogTextCapacity);
     r->nLength = 1 << 30;
     ASSERT_TRUE(mgr.pushLog(r, "f.cpp", 1));
-    EXPECT_EQ(std::string(8189, 'z') + "\r\n", splitLines(readFile(mainLog())).back());
+    EXPECT_EQ(std::string(8189, 'z') + "\r\n", splitLines(ReadFile(mainLog())).back());
 }
 
 TEST_F(LogManager, LogFormatWritesMessageAtTheCallersLine) {
     ASSERT_TRUE(mgr.start());
     int line = __LINE__; LOG_FORMAT_ON(&mgr, 0, LOG_INFO, "value %d of %s", 42, "forty-two");
-    ParsedLine parsed = parseLine(splitLines(readFile(mainLog())).back());
+    ParsedLine parsed = parseLine(splitLines(ReadFile(mainLog())).back());
     EXPECT_EQ("LOG_INFO", parsed.level);
     EXPECT_EQ(testThreadId(), parsed.threadId);
     EXPECT_EQ("value 42 of forty-two log_manager_test.cpp:" + std::to_string(line) + "\r\n", parsed.rest);
@@ -274,7 +274,7 @@ TEST_F(LogManager, PushBeforeStartIsRefusedAndTheRecordReturnsToThePool) {
     size_t pool = mgr.getFreePoolSize();
     EXPECT_FALSE(mgr.pushLog(r, "f.cpp", 1));
     EXPECT_EQ(pool + 1, mgr.getFreePoolSize());
-    EXPECT_FALSE(fileExists(mainLog()));
+    EXPECT_FALSE(FileExists(mainLog()));
 }
 
 TEST_F(LogManager, PushForAnUnknownIdIsRefused) {
@@ -299,7 +299,7 @@ TEST_F(LogManager, OutfileOffAcceptsButWritesNothing) {
     mgr.setLoggerOutFile(id, false);
     ASSERT_TRUE(mgr.start());
     EXPECT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "dropped"), "f.cpp", 1));
-    EXPECT_FALSE(fileExists(labelLog()));
+    EXPECT_FALSE(FileExists(labelLog()));
 }
 
 // ---- writing files -----------------------------------------------------
@@ -316,7 +316,7 @@ TEST_F(LogManager, TwoRecordsEachOpenWriteAndCloseAndTheFileGrowsByBoth) {
     std::string secondLine = recordText(second) + " a.cpp:2\r\n";
     ASSERT_TRUE(mgr.pushLog(second, "a.cpp", 2));
     EXPECT_FALSE(snapshotOf(mgr, id).bFileOpen);
-    EXPECT_EQ(firstLine + secondLine, readFile(labelLog()));
+    EXPECT_EQ(firstLine + secondLine, ReadFile(labelLog()));
 }
 
 TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone) {
@@ -335,7 +335,7 @@ TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone) {
     for (std::thread &w : writers) {
         w.join();
     }
-    std::vector<std::string> lines = splitLines(readFile(labelLog()));
+    std::vector<std::string> lines = splitLines(ReadFile(labelLog()));
     ASSERT_EQ(static_cast<size_t>(kThreads * kLinesEach), lines.size());
     std::vector<int> nextLine(kThreads, 0);
     for (const std::string &line : lines) {
@@ -362,58 +362,58 @@ TEST_F(LogManager, WritesAreCountedInRecordsAndBytes) {
 
 TEST_F(LogManager, ExistingFileIsContinued) {
     LoggerId id = makeLabel();
-    writeFile(labelLog(), "old\r\n");
+    WriteFile(labelLog(), "old\r\n");
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, id, LOG_DEBUG, "new");
     std::string line = recordText(r) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(r));
-    EXPECT_EQ("old\r\n" + line, readFile(labelLog()));
+    EXPECT_EQ("old\r\n" + line, ReadFile(labelLog()));
 }
 
 TEST_F(LogManager, PathWithoutSlashGetsOneBeforeTheFileName) {
     LoggerId id = makeLabel();
-    mgr.setLoggerPath(id, (dir.path() + "/logs").c_str());
+    mgr.setLoggerPath(id, (dir.Path() + "/logs").c_str());
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "x")));
-    EXPECT_TRUE(fileExists(dir.file("logs/Label.log")));
+    EXPECT_TRUE(FileExists(dir.File("logs/Label.log")));
 }
 
 TEST_F(LogManager, MissingDirectoriesAlongThePathAreCreated) {
     LoggerId id = makeLabel();
-    mgr.setLoggerPath(id, (dir.path() + "/a/b/c/").c_str());
+    mgr.setLoggerPath(id, (dir.Path() + "/a/b/c/").c_str());
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "x")));
-    EXPECT_TRUE(fileExists(dir.file("a/b/c/Label.log")));
+    EXPECT_TRUE(FileExists(dir.File("a/b/c/Label.log")));
 }
 
 TEST_F(LogManager, MonthdirPutsTheFileUnderYearAndMonth) {
     LoggerId id = makeLabel();
-    mgr.setLoggerPath(id, (dir.path() + "/nested/deeper").c_str());
+    mgr.setLoggerPath(id, (dir.Path() + "/nested/deeper").c_str());
     mgr.setLoggerMonthdir(id, true);
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, id, LOG_DEBUG, "feb", localTime(2001, 2, 10, 9, 30, 0));
     std::string line = recordText(r) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(r));
-    EXPECT_EQ(line, readFile(dir.file("nested/deeper/2001_02/Label.log")));
+    EXPECT_EQ(line, ReadFile(dir.File("nested/deeper/2001_02/Label.log")));
 }
 
 TEST_F(LogManager, UnopenableFileIsReportedOnStandardError) {
     LoggerId id = makeLabel();
-    writeFile(dir.file("blocker"), "a file, not a directory");
-    mgr.setLoggerPath(id, dir.file("blocker/sub").c_str());
+    WriteFile(dir.File("blocker"), "a file, not a directory");
+    mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
-    StderrCapture capture(dir.file("stderr.txt"));
+    StderrCapture capture(dir.File("stderr.txt"));
     EXPECT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost")));
-    EXPECT_EQ("log4z: can not open log file " + dir.file("blocker/sub/Label.log") + ". \r\n",
+    EXPECT_EQ("log4z: can not open log file " + dir.File("blocker/sub/Label.log") + ". \r\n",
               capture.finish());
 }
 
 TEST_F(LogManager, UnopenableFileSwitchesOutfileOff) {
     LoggerId id = makeLabel();
-    writeFile(dir.file("blocker"), "a file, not a directory");
-    mgr.setLoggerPath(id, dir.file("blocker/sub").c_str());
+    WriteFile(dir.File("blocker"), "a file, not a directory");
+    mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
-    StderrCapture capture(dir.file("stderr.txt"));
+    StderrCapture capture(dir.File("stderr.txt"));
     mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost"));
     capture.finish();
     EXPECT_FALSE(snapshotOf(mgr, id).bOutFile);
@@ -421,13 +421,13 @@ TEST_F(LogManager, UnopenableFileSwitchesOutfileOff) {
 
 TEST_F(LogManager, RecordsAfterAnUnopenableFileAreDroppedSilently) {
     LoggerId id = makeLabel();
-    writeFile(dir.file("blocker"), "a file, not a directory");
-    mgr.setLoggerPath(id, dir.file("blocker/sub").c_str());
+    WriteFile(dir.File("blocker"), "a file, not a directory");
+    mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
-    StderrCapture first(dir.file("stderr1.txt"));
+    StderrCapture first(dir.File("stderr1.txt"));
     mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost"));
     first.finish();
-    StderrCapture second(dir.file("stderr2.txt"));
+    StderrCapture second(dir.File("stderr2.txt"));
     EXPECT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "also lost")));
     EXPECT_EQ("", second.finish());
 }
@@ -446,7 +446,7 @@ TEST_F(LogManager, FileOverTheLimitIncrementsTheIndexAndContinuesTheSameFile) {
     LoggerId id = makeLabel();
     mgr.setLoggerLimitsize(id, 1);
     std::string filler((1u << 20) + 1, '.'); // one byte over one megabyte
-    writeFile(labelLog(), filler);
+    WriteFile(labelLog(), filler);
     ASSERT_TRUE(mgr.start());
     LogData *a = recordWith(mgr, id, LOG_DEBUG, "a", kJune15Noon);
     std::string lineA = recordText(a) + "\r\n";
@@ -456,13 +456,13 @@ TEST_F(LogManager, FileOverTheLimitIncrementsTheIndexAndContinuesTheSameFile) {
     std::string lineB = recordText(b) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(b));
     EXPECT_EQ(1u, snapshotOf(mgr, id).dwFileIndex);
-    EXPECT_EQ(filler + lineA + lineB, readFile(labelLog()));
+    EXPECT_EQ(filler + lineA + lineB, ReadFile(labelLog()));
 }
 
 TEST_F(LogManager, EveryRecordOverTheLimitReopensTheFile) {
     LoggerId id = makeLabel();
     mgr.setLoggerLimitsize(id, 1);
-    writeFile(labelLog(), std::string((1u << 20) + 1, '.'));
+    WriteFile(labelLog(), std::string((1u << 20) + 1, '.'));
     ASSERT_TRUE(mgr.start());
     for (int i = 0; i < 4; ++i) {
         ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "r", kJune15Noon + i)));
@@ -472,7 +472,7 @@ TEST_F(LogManager, EveryRecordOverTheLimitReopensTheFile) {
 
 TEST_F(LogManager, WriterSizeStartsFromTheExistingFileLength) {
     LoggerId id = makeLabel();
-    writeFile(labelLog(), "12345");
+    WriteFile(labelLog(), "12345");
     ASSERT_TRUE(mgr.start());
     LogData *r = recordWith(mgr, id, LOG_DEBUG, "x", kJune15Noon);
     uint64_t len = recordText(r).size() + 2;
@@ -483,7 +483,7 @@ TEST_F(LogManager, WriterSizeStartsFromTheExistingFileLength) {
 TEST_F(LogManager, NewDayResetsTheIndex) {
     LoggerId id = makeLabel();
     mgr.setLoggerLimitsize(id, 1);
-    writeFile(labelLog(), std::string((1u << 20) + 1, '.'));
+    WriteFile(labelLog(), std::string((1u << 20) + 1, '.'));
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "a", kJune15Noon)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "b", kJune15Noon + 1)));
@@ -512,10 +512,10 @@ TEST_F(LogManager, ReserveTimeDeletesFilesOlderThanIt) {
     const int64_t feb = localTime(2001, 2, 15, 12, 0, 0);
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "jan", jan)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb", feb)));
-    ASSERT_TRUE(fileExists(dir.file("2001_01/Label.log")));
+    ASSERT_TRUE(FileExists(dir.File("2001_01/Label.log")));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb again", feb + 1)));
-    EXPECT_FALSE(fileExists(dir.file("2001_01/Label.log")));
-    EXPECT_TRUE(fileExists(dir.file("2001_02/Label.log")));
+    EXPECT_FALSE(FileExists(dir.File("2001_01/Label.log")));
+    EXPECT_TRUE(FileExists(dir.File("2001_02/Label.log")));
 }
 
 TEST_F(LogManager, ReserveTimeZeroKeepsEveryFile) {
@@ -527,13 +527,13 @@ TEST_F(LogManager, ReserveTimeZeroKeepsEveryFile) {
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "jan", jan)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb", feb)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb again", feb + 1)));
-    EXPECT_TRUE(fileExists(dir.file("2001_01/Label.log")));
+    EXPECT_TRUE(FileExists(dir.File("2001_01/Label.log")));
 }
 
 TEST_F(LogManager, HistoryIsKeptOnlyWithAReserveTime) {
     LoggerId plain = makeLabel();
     LoggerId reserved = mgr.createLogger("Reserved");
-    mgr.setLoggerPath(reserved, dir.path().c_str());
+    mgr.setLoggerPath(reserved, dir.Path().c_str());
     mgr.setLoggerReserveTime(reserved, 60);
     ASSERT_TRUE(mgr.start());
     for (int i = 0; i < 3; ++i) {
@@ -553,7 +553,7 @@ TEST_F(LogManager, ReserveTimeKeepsFilesYoungerThanIt) {
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "jan", endOfJan)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb", endOfJan + 120)));
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "feb again", endOfJan + 121)));
-    EXPECT_TRUE(fileExists(dir.file("2001_01/Label.log")));
+    EXPECT_TRUE(FileExists(dir.File("2001_01/Label.log")));
 }
 
 // ---- settings ----------------------------------------------------------
@@ -585,7 +585,7 @@ TEST_F(LogManager, SettingFromTheWorkerMovesTheNextRecordToTheNewFile) {
     LogData *r = recordWith(mgr, id, LOG_DEBUG, "after");
     std::string line = recordText(r) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(r));
-    EXPECT_EQ(line, readFile(dir.file("renamed.log")));
+    EXPECT_EQ(line, ReadFile(dir.File("renamed.log")));
 }
 
 TEST_F(LogManager, SettersRefuseAnIdAboveTheHighest) {
@@ -792,12 +792,12 @@ TEST(LogInstance, GetInstanceReturnsTheSameManager) {
 TEST(LogInstance, LogfmtdWritesADebugLineOnTheMainLogger) {
     TempDir dir;
     ILog4zManager *instance = ILog4zManager::getInstance();
-    instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.path().c_str());
+    instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
     instance->setLoggerName(LOG4Z_MAIN_LOGGER_ID, "kvepl");
     ASSERT_TRUE(instance->start());
     int line = __LINE__; LOGFMTD("job %d of %s", 3, "user");
     instance->stop();
-    ParsedLine parsed = parseLine(splitLines(readFile(dir.file("kvepl.log"))).back());
+    ParsedLine parsed = parseLine(splitLines(ReadFile(dir.File("kvepl.log"))).back());
     EXPECT_EQ("LOG_DEBUG", parsed.level);
     EXPECT_EQ("job 3 of user log_manager_test.cpp:" + std::to_string(line) + "\r\n", parsed.rest);
 }
@@ -805,9 +805,9 @@ TEST(LogInstance, LogfmtdWritesADebugLineOnTheMainLogger) {
 TEST(LogInstance, LogfmtdBeforeStartWritesNothing) {
     TempDir dir;
     ILog4zManager *instance = ILog4zManager::getInstance();
-    instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.path().c_str());
+    instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
     unsigned long long before = instance->getStatusTotalWriteCount();
     LOGFMTD("not written");
     EXPECT_EQ(before, instance->getStatusTotalWriteCount());
-    EXPECT_TRUE(std::filesystem::is_empty(dir.path()));
+    EXPECT_TRUE(std::filesystem::is_empty(dir.Path()));
 }

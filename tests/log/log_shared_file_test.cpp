@@ -34,7 +34,7 @@ protected:
 
     // Starts the manager and logs one line; returns what reached standard error.
     std::string startAndLog() {
-        StderrCapture capture(scratch.file("stderr.txt"));
+        StderrCapture capture(scratch.File("stderr.txt"));
         if (!mgr.start()) {
             return "start failed";
         }
@@ -111,14 +111,14 @@ TEST_F(SharedLogFile, PipeAsLogIsReportedWithoutWaitingForAReader) {
 }
 
 TEST_F(SharedLogFile, OwnEarlierLogIsContinued) {
-    writeFile(logPath(), "earlier\r\n");
+    WriteFile(logPath(), "earlier\r\n");
     ASSERT_EQ("", startAndLog());
-    const std::string content = readFile(logPath());
+    const std::string content = ReadFile(logPath());
     EXPECT_EQ("earlier\r\n", content.substr(0, 9));
     EXPECT_NE(std::string::npos, content.find("job line"));
 }
 
 TEST_F(SharedLogFile, MissingLogIsCreated) {
     ASSERT_EQ("", startAndLog());
-    EXPECT_NE(std::string::npos, readFile(logPath()).find("job line"));
+    EXPECT_NE(std::string::npos, ReadFile(logPath()).find("job line"));
 }

@@ -238,33 +238,33 @@ TEST(ThreadHelperRun, WaitWithoutStartIsRefused) {
 TEST(Log4zFileHandlerFile, ReadContentReturnsTheWholeFile) {
     TempDir dir;
     std::string content("first\r\nsecond\0third", 19);
-    writeFile(dir.file("f.txt"), content);
+    WriteFile(dir.File("f.txt"), content);
     Log4zFileHandler file;
-    ASSERT_TRUE(file.open(dir.file("f.txt").c_str(), "rb"));
+    ASSERT_TRUE(file.open(dir.File("f.txt").c_str(), "rb"));
     EXPECT_EQ(content, file.readContent());
 }
 
 TEST(Log4zFileHandlerFile, SizeIsTheFileLength) {
     TempDir dir;
-    writeFile(dir.file("f.txt"), "12345");
+    WriteFile(dir.File("f.txt"), "12345");
     Log4zFileHandler file;
-    ASSERT_TRUE(file.open(dir.file("f.txt").c_str(), "ab"));
+    ASSERT_TRUE(file.open(dir.File("f.txt").c_str(), "ab"));
     EXPECT_EQ(5u, file.size());
 }
 
 TEST(Log4zFileHandlerFile, MissingFileDoesNotOpen) {
     TempDir dir;
     Log4zFileHandler file;
-    EXPECT_FALSE(file.open(dir.file("missing.txt").c_str(), "rb"));
+    EXPECT_FALSE(file.open(dir.File("missing.txt").c_str(), "rb"));
     EXPECT_FALSE(file.isOpen());
 }
 
 TEST(Log4zFileHandlerFile, CloseWritesTheDataOut) {
     TempDir dir;
     Log4zFileHandler file;
-    ASSERT_TRUE(file.open(dir.file("f.txt").c_str(), "ab"));
+    ASSERT_TRUE(file.open(dir.File("f.txt").c_str(), "ab"));
     EXPECT_EQ(3u, file.write("abc", 3));
     file.close();
     EXPECT_FALSE(file.isOpen());
-    EXPECT_EQ("abc", readFile(dir.file("f.txt")));
+    EXPECT_EQ("abc", ReadFile(dir.File("f.txt")));
 }

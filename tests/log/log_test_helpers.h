@@ -1,5 +1,6 @@
-// Helpers shared by the logger's tests: a private temporary directory, file
-// reading, standard-error capture and the pieces of a written log line.
+// Helpers shared by the logger's tests: standard-error capture, the pieces
+// of a written log line and records made by hand; the temporary directory
+// and file helpers come from the shared test support.
 #ifndef KV_TESTS_LOG_TEST_HELPERS_H
 #define KV_TESTS_LOG_TEST_HELPERS_H
 
@@ -19,54 +20,18 @@
 #include <string>
 #include <vector>
 
+#include "TempDir.h"
+#include "TestFiles.h"
 #include "log4z_manager.h"
 
 namespace logtest {
 
-// A fresh directory under /tmp, removed with everything in it at the end.
-class TempDir {
-public:
-    TempDir() {
-        char pattern[] = "/tmp/kvlogtest.XXXXXX";
-        const char *made = mkdtemp(pattern);
-        m_path = made != nullptr ? made : "";
-    }
-    ~TempDir() {
-        if (!m_path.empty()) {
-            std::error_code ignored;
-            std::filesystem::remove_all(m_path, ignored);
-        }
-    }
-    TempDir(const TempDir &) = delete;
-    TempDir &operator=(const TempDir &) = delete;
+using kvtest::FileExists;
+using kvtest::ReadFile;
+using kvtest::TempDir;
+using kvtest::WriteFile;
 
-    const std::string &path() const { return m_path; }
-    // Returns the path of rel inside the directory.
-    std::string file(const std::string &rel) const { return m_path + "/" + rel; }
-
-private:
-    std::string m_path;
-};
-
-// Returns the whole content of a file, or "" when it cannot be read.
-inline std::string readFile(const std::string &path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream out;
-    out << in.rdbuf();
-    return out.str();
-}
-
-// Writes content to a file, replacing it.
-inline void writeFile(const std::string &path, const std::string &content) {
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << content;
-}
-
-inline bool fileExists(const std::string &path) {
-    struct stat st;
-    return stat(path.c_str(), &st) == 0;
-}
-
+// The size of a file in bytes; 0 when there is none.
 inline uint64_t fileSize(const std::string &path) {
     struct stat st;
     return stat(path.c_str(), &st) == 0 ? static_cast<uint64_t>(st.st_size) : 0;
@@ -131,7 +96,7 @@ public:
     // Stops capturing and returns what was captured.
     std::string finish() {
         restore();
-        return readFile(m_path);
+        return kvtest::ReadFile(m_path);
     }
 
 private:

@@ -8,7 +8,8 @@
 
 #include "EPLRender.h"
 #include "LogCapture.h"
-#include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 using namespace kvtest;
 

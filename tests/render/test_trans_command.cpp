@@ -11,8 +11,8 @@
 #include "BmpProcessing.h"
 #include "EPLRender.h"
 #include "PagePipeline.h"
-#include "PpdWriter.h"
 #include "StdoutCapture.h"
+#include "TestFiles.h"
 
 // The job records are packed: a member that may sit at an unaligned address
 // is copied into a local before EXPECT_EQ, which binds its arguments to

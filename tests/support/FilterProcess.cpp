@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "PlantedFiles.h"
+#include "TestFiles.h"
 
 namespace kvtest {
 

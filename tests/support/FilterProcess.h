@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-#include "PpdWriter.h"
+#include "TempDir.h"
 
 namespace kvtest {
 

@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <cstring>
 
-#include "PpdWriter.h"
+#include "TestFiles.h"
 
 namespace kvtest {
 

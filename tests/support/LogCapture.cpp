@@ -1,6 +1,7 @@
 // Main-logger capture for unit tests.
 #include "LogCapture.h"
 
+#include "TestFiles.h"
 #include "log4z.h"
 
 namespace kvtest {

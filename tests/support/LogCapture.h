@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "LogLines.h"
-#include "PpdWriter.h"
+#include "TempDir.h"
 
 namespace kvtest {
 

@@ -1,13 +1,9 @@
-// Test PPD files and temporary directories.
+// Test PPD files.
 #include "PpdWriter.h"
 
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cstdlib>
-#include <fstream>
 #include <sstream>
-#include <stdexcept>
+
+#include "TestFiles.h"
 
 namespace kvtest {
 
@@ -86,43 +82,6 @@ std::string PpdWriter::WriteTo(const std::string& path) const
     WriteFile(path, Text());
     return path;
 }
-
-TempDir::TempDir()
-{
-    char pattern[] = "/tmp/kvtest.XXXXXX";
-    if (!mkdtemp(pattern))
-        throw std::runtime_error("mkdtemp failed");
-    m_path = pattern;
-}
-
-TempDir::~TempDir()
-{
-    std::string command = "rm -rf '" + m_path + "'";
-    if (system(command.c_str()) != 0) {
-        // Nothing to do: a left-over temporary directory harms no test.
-    }
-}
-
-std::string ReadFile(const std::string& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream data;
-    data << in.rdbuf();
-    return data.str();
-}
-
-void WriteFile(const std::string& path, const std::string& data)
-{
-    std::ofstream out(path, std::ios::binary | std::ios::trunc);
-    out << data;
-}
-
-bool FileExists(const std::string& path)
-{
-    struct stat st;
-    return stat(path.c_str(), &st) == 0;
-}
-
 
 std::map<std::string, std::string> LabelPpdCodes()
 {

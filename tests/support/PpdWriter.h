@@ -46,27 +46,6 @@ private:
     std::string m_raw;
 };
 
-// A fresh temporary directory, removed with its files at destruction.
-class TempDir {
-public:
-    TempDir();
-    ~TempDir();
-    TempDir(const TempDir&) = delete;
-    TempDir& operator=(const TempDir&) = delete;
-    const std::string& Path() const { return m_path; }
-    std::string File(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
-
-// Reads a whole file; empty when it cannot be read.
-std::string ReadFile(const std::string& path);
-// Writes `data` to `path`.
-void WriteFile(const std::string& path, const std::string& data);
-// True when `path` exists.
-bool FileExists(const std::string& path);
-
 // The choice codes of a complete label PPD: every option the filter's
 // configuration reads, with everyday values (203 dpi, 104 mm wide, fixed
 // threshold, no log).

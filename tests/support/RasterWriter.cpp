@@ -7,7 +7,8 @@
 #include <cstring>
 #include <stdexcept>
 
-#include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace kvtest {
 

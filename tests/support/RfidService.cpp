@@ -7,6 +7,8 @@
 
 #include <cerrno>
 
+#include "TestFiles.h"
+
 namespace kvtest {
 
 namespace {

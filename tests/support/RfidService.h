@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-#include "PpdWriter.h"
 #include "Subprocess.h"
+#include "TempDir.h"
 
 namespace kvtest {
 

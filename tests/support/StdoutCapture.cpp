@@ -6,6 +6,8 @@
 
 #include <cstdio>
 
+#include "TestFiles.h"
+
 namespace kvtest {
 
 StdoutCapture::StdoutCapture()

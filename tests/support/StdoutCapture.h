@@ -5,7 +5,7 @@
 
 #include <string>
 
-#include "PpdWriter.h"
+#include "TempDir.h"
 
 namespace kvtest {
 

@@ -9,7 +9,8 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace kvtool {
 namespace {

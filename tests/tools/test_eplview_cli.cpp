@@ -7,7 +7,8 @@
 
 #include "CommandRunner.h"
 #include "PngFile.h"
-#include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace {
 

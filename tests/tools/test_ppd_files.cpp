@@ -20,6 +20,8 @@
 #include "InitalizeOemCfg.h"
 #include "PpdGenerator.h"
 #include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 // The job records are packed: a member that may sit at an unaligned address
 // is copied into a local before EXPECT_EQ, which binds its arguments to

@@ -12,7 +12,8 @@
 #include "CommandRunner.h"
 #include "PdfLabel.h"
 #include "PngFile.h"
-#include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace {
 

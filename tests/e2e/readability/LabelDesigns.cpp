@@ -10,7 +10,7 @@
 
 #include "CommandRunner.h"
 #include "PdfLabel.h"
-#include "PpdWriter.h"
+#include "TestFiles.h"
 
 namespace kvread {
 namespace {

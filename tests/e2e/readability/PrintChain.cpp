@@ -7,7 +7,7 @@
 #include <algorithm>
 
 #include "CommandRunner.h"
-#include "PpdWriter.h"
+#include "TestFiles.h"
 
 namespace kvread {
 namespace {

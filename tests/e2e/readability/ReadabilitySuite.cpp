@@ -9,7 +9,8 @@
 #include <random>
 
 #include "PngFile.h"
-#include "PpdWriter.h"
+#include "TempDir.h"
+#include "TestFiles.h"
 
 namespace kvread {
 namespace {

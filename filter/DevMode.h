@@ -9,11 +9,15 @@
 
 #include "BmpRecords.h"
 
+// dmOrientation codes: portrait and landscape.
+constexpr int16_t kDmPortrait = 1;
+constexpr int16_t kDmLandscape = 2;
+
 #pragma pack(push, 1)
 
 // Device mode: resolution and orientation of the raster.
 struct _DEVMODE {
-    int16_t dmOrientation;   // always 1 (portrait) in this filter
+    int16_t dmOrientation;   // always kDmPortrait in this filter
     int16_t dmPrintQuality;  // horizontal raster resolution, dpi
     int16_t dmYResolution;   // vertical raster resolution, dpi
     int16_t dmCollate;       // collate copies

@@ -450,7 +450,7 @@ void InitDevmode(_DEVMODE* devMode, cups_page_header2_t* header)
     if (!devMode || !header)
         return;
     memset(devMode, 0, sizeof(*devMode));
-    devMode->dmOrientation = 1;
+    devMode->dmOrientation = kDmPortrait;
     devMode->dmPrintQuality = static_cast<int16_t>(header->HWResolution[0]);
     devMode->dmYResolution = static_cast<int16_t>(header->HWResolution[1]);
     devMode->dmCollate = static_cast<int16_t>(RasterHeaderValue(header->Collate));

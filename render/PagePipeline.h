@@ -46,6 +46,17 @@ struct WorkImage {
         stride = BmpRowStride(header.biBitCount, w);
         size = (w > 0 && h > 0) ? static_cast<uint64_t>(stride) * static_cast<uint64_t>(h) : 0;
     }
+    // Makes `box` the kept box of a step's new image: the size is measured
+    // from it (as Measure) and the header's width, height and image size
+    // follow.
+    void Reshape(const tagRECT& box, bool inclusive)
+    {
+        rect = box;
+        Measure(inclusive);
+        header.biWidth = w;
+        header.biHeight = h;
+        header.biSizeImage = static_cast<uint32_t>(size);
+    }
     // Bytes that may be read: never more than were allocated.
     uint64_t Readable() const { return size < bytes ? size : bytes; }
     // The image's bytes to read: its own buffer, else the borrowed page.
@@ -122,7 +133,9 @@ PackedPage PackToOneBit(const unsigned char* image, uint64_t imageSize, int32_t 
 
 // The label position in output dots: the physical page offset added by
 // orientation code, x rounded down to whole bytes (0 below 1), y clamped at
-// 0 with 0 sent as 8.
+// 0 and 0 made 8. Only x places the graphic: y goes to the page builder in
+// the argument it ignores (it takes the graphic's row from the vertical
+// offsets instead).
 struct PagePosition {
     int32_t x;
     int32_t y;

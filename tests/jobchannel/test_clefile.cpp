@@ -14,6 +14,8 @@
 #include "CLEFile.h"
 #include "LogCapture.h"
 
+using kvtest::LogCapture;
+
 namespace {
 
 // The values the companion service uses; written out so that a change on the
@@ -131,10 +133,10 @@ std::vector<std::string> failedAttempts(int attempts, const std::string& error)
 
 class RfidJobName : public ::testing::Test {
 protected:
-    void SetUp() override { LogCapture::instance().mark(); }
+    void SetUp() override { LogCapture::Instance().Mark(); }
     std::vector<std::string> logged() const
     {
-        return LogCapture::instance().debugMessagesFrom(kSource);
+        return LogCapture::Instance().DebugMessagesFrom(kSource);
     }
 };
 
@@ -321,7 +323,7 @@ TEST_F(RfidQueue, RequestIsLoggedAsSendMsg)
     service.post("data");
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply;
     job.GetLERFIDData(reply, 2);
     EXPECT_EQ(Lines{"SendMsg: GET/RFID_tag01/2/"}, logged());
@@ -398,7 +400,7 @@ TEST_F(RfidQueue, ReplyLongerThanCapacityIsRefusedOnEveryAttempt)
     service.post(std::string(kLargestReply + 1, 'Z'));
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply;
     EXPECT_FALSE(job.GetLERFIDData(reply, 2));
     Lines expected{"SendMsg: GET/RFID_tag01/2/"};
@@ -454,7 +456,7 @@ TEST_F(RfidQueue, NoReplyLogsTenAttemptsCountingDown)
     FakeRfidService service;
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply;
     job.GetLERFIDData(reply, 2);
     Lines expected{"SendMsg: GET/RFID_tag01/2/"};
@@ -507,7 +509,7 @@ TEST_F(RfidQueue, ZeroAttemptsFailWithoutReceivingOrLogging)
     service.post("data");
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply = "before";
     EXPECT_FALSE(job.RecvMsgWithTimeout(reply, 0, 100));
     EXPECT_EQ("before", reply);
@@ -519,7 +521,7 @@ TEST_F(RfidQueue, NegativeAttemptsFailWithoutLogging)
     FakeRfidService service;
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply;
     EXPECT_FALSE(job.RecvMsgWithTimeout(reply, -3, 100));
     EXPECT_EQ(Lines{}, logged());
@@ -530,7 +532,7 @@ TEST_F(RfidQueue, FailedAttemptsAreLoggedCountingDownFromTheGivenNumber)
     FakeRfidService service;
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply;
     EXPECT_FALSE(job.RecvMsgWithTimeout(reply, 3, 1));
     EXPECT_EQ(failedAttempts(3, kNoMessageError), logged());
@@ -543,7 +545,7 @@ TEST_F(RfidQueue, EmptyReplyMessageCountsAsFailedAttemptWithErrorZero)
     service.post("data");
     CLEFile job("RFID_tag01");
     job.InitMsgQueue();
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     std::string reply;
     EXPECT_TRUE(job.RecvMsgWithTimeout(reply, 2, 1));
     EXPECT_EQ("data", reply);

@@ -20,6 +20,8 @@
 #include "PlantedFiles.h"
 #include "SyscallFault.h"
 
+using kvtest::LogCapture;
+
 namespace {
 
 constexpr char kPath[] = "/tmp/TASK_INFO.lock";
@@ -184,12 +186,12 @@ private:
 
 std::vector<std::string> logged()
 {
-    return LogCapture::instance().debugMessagesFrom(kSource);
+    return LogCapture::Instance().DebugMessagesFrom(kSource);
 }
 
 class JobInfoParse : public ::testing::Test {
 protected:
-    void SetUp() override { LogCapture::instance().mark(); }
+    void SetUp() override { LogCapture::Instance().Mark(); }
     int jobId = -1;
     int jobIdx = -1;
 };
@@ -207,7 +209,7 @@ protected:
             m_savedContent = readFile();
         }
         removePath(kPath);
-        LogCapture::instance().mark();
+        LogCapture::Instance().Mark();
     }
 
     void TearDown() override
@@ -533,7 +535,7 @@ TEST_F(JobInfoFile, LockErrorOtherThanContentionLogsTryLockFailed)
 {
     ASSERT_EQ(0, mkdir(kPath, 0700));
     FileLock file;
-    LogCapture::instance().mark();
+    LogCapture::Instance().Mark();
     // A zero time-out makes exactly one attempt.
     EXPECT_FALSE(file.writeJobInfoTimeout(5, 1, 0));
     EXPECT_EQ((Lines{"tryLock failed", "wirte-timeout failed"}), logged());

@@ -7,9 +7,11 @@
 
 #include "BmpProcessing.h"
 #include "ImageTestSupport.h"
+#include "RectAssert.h"
 
 using kvtest::Header;
 using kvtest::Owned;
+using kvtest::RectIs;
 using kvtest::Stride;
 
 namespace {
@@ -76,14 +78,6 @@ Edges FindEdges(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t 
         e.pixels.assign(out, out + cap);
     }
     return e;
-}
-
-void ExpectRect(const tagRECT& r, int32_t left, int32_t top, int32_t right, int32_t bottom)
-{
-    EXPECT_EQ(r.left, left);
-    EXPECT_EQ(r.top, top);
-    EXPECT_EQ(r.right, right);
-    EXPECT_EQ(r.bottom, bottom);
 }
 
 } // namespace
@@ -159,7 +153,7 @@ TEST(Rotate, OtherCodeReturns1AndTouchesNothing)
     EXPECT_EQ(std::memcmp(&h, &before, sizeof h), 0);
     EXPECT_EQ(buf[0], 9);
     EXPECT_EQ(cap, 4u);
-    ExpectRect(rect, 7, 7, 7, 7);
+    EXPECT_TRUE(RectIs(rect, 7, 7, 7, 7));
 }
 
 TEST(Rotate, OneBitImageIsRefused)
@@ -269,17 +263,17 @@ protected:
 
 TEST_F(RotatedRectangle, HalfTurnMirrorsTheBlockInBothDirections)
 {
-    ExpectRect(RotateBlock(1), 97, 48, 99, 49);
+    EXPECT_TRUE(RectIs(RotateBlock(1), 97, 48, 99, 49));
 }
 
 TEST_F(RotatedRectangle, QuarterTurnSwapsAxesMeasuringTopFromTheRightEdge)
 {
-    ExpectRect(RotateBlock(0), 5, 92, 6, 94);
+    EXPECT_TRUE(RectIs(RotateBlock(0), 5, 92, 6, 94));
 }
 
 TEST_F(RotatedRectangle, QuarterTurnBackSwapsAxesMeasuringLeftFromTheBottomEdge)
 {
-    ExpectRect(RotateBlock(2), 48, 10, 49, 12);
+    EXPECT_TRUE(RectIs(RotateBlock(2), 48, 10, 49, 12));
 }
 
 TEST(RemoveBlankEdge, AllWhite8BitImageKeepsTheWholeImageRoundedToBytesOfEight)
@@ -287,7 +281,7 @@ TEST(RemoveBlankEdge, AllWhite8BitImageKeepsTheWholeImageRoundedToBytesOfEight)
     const std::vector<uint8_t> img(16 * 5, 255);   // 13 x 5, stride 16
     const Edges e = FindEdges(img, 13, 5, 8);
     EXPECT_EQ(e.status, 1);
-    ExpectRect(e.rect, 0, 0, 15, 4);
+    EXPECT_TRUE(RectIs(e.rect, 0, 0, 15, 4));
     EXPECT_EQ(e.pixels, std::vector<uint8_t>(16 * 5, 255));
 }
 
@@ -297,7 +291,7 @@ TEST(RemoveBlankEdge, OneBlackPixelAt13And21Of64x64GivesLeft8Top16Right15Bottom2
     img[21 * 64 + 13] = 0;
     const Edges e = FindEdges(img, 64, 64, 8);
     EXPECT_EQ(e.status, 1);
-    ExpectRect(e.rect, 8, 16, 15, 21);
+    EXPECT_TRUE(RectIs(e.rect, 8, 16, 15, 21));
     std::vector<uint8_t> want(8 * 6, 255);
     want[5 * 8 + 5] = 0;
     EXPECT_EQ(e.pixels, want);
@@ -307,9 +301,9 @@ TEST(RemoveBlankEdge, EightBitByte250IsInkAnd251IsBlank)
 {
     std::vector<uint8_t> img(8 * 3, 255);
     img[1 * 8 + 2] = 251;
-    ExpectRect(FindEdges(img, 8, 3, 8).rect, 0, 0, 7, 2);
+    EXPECT_TRUE(RectIs(FindEdges(img, 8, 3, 8).rect, 0, 0, 7, 2));
     img[1 * 8 + 2] = 250;
-    ExpectRect(FindEdges(img, 8, 3, 8).rect, 0, 0, 7, 1);
+    EXPECT_TRUE(RectIs(FindEdges(img, 8, 3, 8).rect, 0, 0, 7, 1));
 }
 
 TEST(RemoveBlankEdge, TwentyFourBitLastInkRowGoesToTopAndBottomStaysAtTheEnd)
@@ -318,7 +312,7 @@ TEST(RemoveBlankEdge, TwentyFourBitLastInkRowGoesToTopAndBottomStaysAtTheEnd)
     std::memset(&img[2 * 48 + 3 * 3], 0, 3);
     std::memset(&img[7 * 48 + 5 * 3], 0, 3);
     const Edges e = FindEdges(img, 16, 10, 24);
-    ExpectRect(e.rect, 0, 7, 7, 9);
+    EXPECT_TRUE(RectIs(e.rect, 0, 7, 7, 9));
     EXPECT_EQ(e.pixels, std::vector<uint8_t>(24 * 3, 0));   // zero-filled, nothing copied
 }
 
@@ -328,7 +322,7 @@ TEST(RemoveBlankEdge, TwentyFourBitPixelWithOneByteAbove250IsBlank)
     img[3] = 100;
     img[4] = 100;
     img[5] = 251;
-    ExpectRect(FindEdges(img, 16, 2, 24).rect, 0, 0, 15, 1);
+    EXPECT_TRUE(RectIs(FindEdges(img, 16, 2, 24).rect, 0, 0, 15, 1));
 }
 
 TEST(RemoveBlankEdge, OneBitLastInkRowGoesToTopAndBottomStaysAtTheEnd)
@@ -337,7 +331,7 @@ TEST(RemoveBlankEdge, OneBitLastInkRowGoesToTopAndBottomStaysAtTheEnd)
     img[2 * 4 + 0] = static_cast<uint8_t>(~(0x80 >> 3));
     img[7 * 4 + 1] = static_cast<uint8_t>(~(0x80 >> 1));   // column 9
     const Edges e = FindEdges(img, 16, 10, 1);
-    ExpectRect(e.rect, 0, 7, 15, 9);
+    EXPECT_TRUE(RectIs(e.rect, 0, 7, 15, 9));
     EXPECT_EQ(e.pixels, std::vector<uint8_t>(4 * 3, 0));
 }
 
@@ -380,7 +374,7 @@ TEST(RemoveBlankEdge, GivenBufferLargeEnoughReceivesTheBox)
     unsigned int cap = 32;
     tagRECT rect{};
     EXPECT_EQ(p.RemoveBlankEdge(img.data(), 32, &h, &out, &cap, &rect), 1);
-    ExpectRect(rect, 8, 0, 15, 1);
+    EXPECT_TRUE(RectIs(rect, 8, 0, 15, 1));
     EXPECT_EQ(buf[9], 7);   // row 1 - top 0 = 1, column 9 - 8 = 1
     EXPECT_EQ(buf[0], 255);
     EXPECT_EQ(buf[16], 1);  // beyond the 16-byte box: untouched

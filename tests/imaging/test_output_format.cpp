@@ -8,9 +8,11 @@
 
 #include "BmpProcessing.h"
 #include "ImageTestSupport.h"
+#include "RectAssert.h"
 
 using kvtest::Header;
 using kvtest::Owned;
+using kvtest::RectIs;
 using kvtest::Stride;
 
 namespace {
@@ -47,14 +49,6 @@ Converted Convert(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_
 {
     CBmpProcessing p;
     return Convert(p, src, w, h, bits, orientation, maxWidth, crop);
-}
-
-void ExpectRect(const tagRECT& r, int32_t left, int32_t top, int32_t right, int32_t bottom)
-{
-    EXPECT_EQ(r.left, left);
-    EXPECT_EQ(r.top, top);
-    EXPECT_EQ(r.right, right);
-    EXPECT_EQ(r.bottom, bottom);
 }
 
 // One 24-bit pixel (blue, green, red bytes) padded to a 4-byte row.
@@ -125,7 +119,7 @@ TEST(CoverBMP2OutputFormat, AllWhitePageWithCropWhiteGivesTheEmptyResult)
     EXPECT_EQ(p.CoverBMP2OutputFormat(page.data(), 5000, &out, &cap, &h, &rect, 3, 0, 0,
                                       COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0, 100, 1),
               1);
-    ExpectRect(rect, 0, 0, 0, 0);
+    EXPECT_TRUE(RectIs(rect, 0, 0, 0, 0));
     EXPECT_EQ(h.biWidth, 0);
     EXPECT_EQ(h.biHeight, 0);
     EXPECT_EQ(h.biSizeImage, 0u);
@@ -141,7 +135,7 @@ TEST(CoverBMP2OutputFormat, SingleDarkPixelAt10And5KeepsAnEightPixelBoxOneRowHig
     page[5 * 100 + 10] = 0;
     const Converted c = Convert(page, 100, 50, 8, 3, 100, 1);
     EXPECT_EQ(c.status, 1);
-    ExpectRect(c.rect, 8, 5, 15, 5);
+    EXPECT_TRUE(RectIs(c.rect, 8, 5, 15, 5));
     EXPECT_EQ(c.header.biWidth, 8);
     EXPECT_EQ(c.header.biHeight, 1);
     EXPECT_EQ(c.header.biSizeImage, 8u);
@@ -157,7 +151,7 @@ TEST(CoverBMP2OutputFormat, PureGrey24BitPixel100GivesGrey100)
 TEST(CoverBMP2OutputFormat, Blue250Green250Red249IsNotNearWhiteAndGives249)
 {
     const Converted c = Convert(Pixel24(249, 250, 250), 1, 1, 24, 3, 100, 1);
-    ExpectRect(c.rect, 0, 0, 7, 0);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 7, 0));
     EXPECT_EQ(c.pixels, Row8({249}));
 }
 
@@ -168,7 +162,7 @@ TEST(CoverBMP2OutputFormat, MaximumWidthCapDropsColumnsAtOrBeyondTheCap)
     page[10] = 8;
     page[12] = 9;
     const Converted c = Convert(page, 20, 1, 8, 3, 10, 1);
-    ExpectRect(c.rect, 0, 0, 7, 0);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 7, 0));
     EXPECT_EQ(c.pixels, Row8({255, 255, 255, 7}));
 }
 
@@ -176,7 +170,7 @@ TEST(CoverBMP2OutputFormat, NearWhiteWithoutCropWhiteWidensTheBoxToTheWholeImage
 {
     const std::vector<uint8_t> page(20 * 3, 252);
     const Converted c = Convert(page, 20, 3, 8, 3, 100, 0);
-    ExpectRect(c.rect, 0, 0, 23, 2);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 23, 2));
     EXPECT_EQ(c.pixels, std::vector<uint8_t>(24 * 3, 255));
 }
 
@@ -191,7 +185,7 @@ TEST(CoverBMP2OutputFormat, OrientationOtherThanZeroToTwoKeepsThePage)
 TEST(CoverBMP2OutputFormat, OrientationZeroSendsSourceColumnsToRowsFromTheRight)
 {
     const Converted c = Convert(SmallImage(), 3, 2, 8, 0, 100, 1);
-    ExpectRect(c.rect, 0, 0, 7, 2);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 7, 2));
     EXPECT_EQ(c.pixels, Rows({Row8({30, 60}), Row8({20, 50}), Row8({10, 40})}));
 }
 
@@ -226,7 +220,7 @@ TEST(CoverBMP2OutputFormat, CropBoxesAreWidenedToWholeBytesOfEight)
         const Converted c = Convert(page, w, h, 8, 3, 1000, 1);
         const int32_t left = minX / 8 * 8;
         const int32_t width = (maxX - left + 1 + 7) / 8 * 8;
-        ExpectRect(c.rect, left, minY, left + width - 1, maxY);
+        EXPECT_TRUE(RectIs(c.rect, left, minY, left + width - 1, maxY));
         EXPECT_EQ(c.header.biWidth % 8, 0);
     }
 }
@@ -246,7 +240,7 @@ TEST(CoverBMP2OutputFormat, MappedChannelsAllAt250OrAboveBecomeWhite)
     const COLORLEVELSITEM range{1.0f, 0, 255, 250, 255};
     p.SetColorLevelsData(&range, 0);
     const Converted c = Convert(p, Pixel24(100, 100, 100), 1, 1, 24, 3, 100, 1);
-    ExpectRect(c.rect, 0, 0, 7, 0);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 7, 0));
     EXPECT_EQ(c.pixels, Row8({255}));
 }
 
@@ -278,7 +272,7 @@ TEST(CoverBMP2OutputFormat, OtherDepthsReadEveryPixelAsBlack)
 {
     const std::vector<uint8_t> page(8, 200);   // 2 x 1 at 32 bits
     const Converted c = Convert(page, 2, 1, 32, 3, 100, 1);
-    ExpectRect(c.rect, 0, 0, 7, 0);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 7, 0));
     EXPECT_EQ(c.pixels, Row8({0, 0}));
 }
 
@@ -296,7 +290,7 @@ TEST(CoverBMP2OutputFormat, TooSmallGivenBufferIsRefusedAfterTheHeaderIsUpdated)
               0);
     EXPECT_EQ(h.biWidth, 8);
     EXPECT_EQ(h.biHeight, 1);
-    ExpectRect(rect, 0, 0, 7, 0);
+    EXPECT_TRUE(RectIs(rect, 0, 0, 7, 0));
     EXPECT_EQ(buf[0], 7);
     EXPECT_EQ(cap, 4u);
 }
@@ -326,7 +320,7 @@ TEST(CoverBMP2OutputFormat, ZeroMaximumWidthKeepsNothing)
 {
     const Converted c = Convert(SmallImage(), 3, 2, 8, 3, 0, 1);
     EXPECT_EQ(c.status, 1);
-    ExpectRect(c.rect, 0, 0, 0, 0);
+    EXPECT_TRUE(RectIs(c.rect, 0, 0, 0, 0));
     EXPECT_EQ(c.header.biWidth, 0);
     EXPECT_TRUE(c.pixels.empty());
 }
@@ -344,7 +338,7 @@ TEST(CoverBMP2OutputFormat, CopyPastARowEndContinuesIntoTheNextRowAndPastTheImag
     page[9] = 30;
     page[16 + 9] = 20;
     const Converted c = Convert(page, 14, 2, 8, 3, 10, 1);
-    ExpectRect(c.rect, 8, 0, 15, 1);
+    EXPECT_TRUE(RectIs(c.rect, 8, 0, 15, 1));
     EXPECT_EQ(c.pixels, Rows({{255, 30, 255, 255, 255, 40, 255, 255}, Row8({255, 20})}));
 }
 

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <iterator>
 #include <string>
 
 #include "CommandRunner.h"
@@ -14,6 +15,7 @@ namespace {
 
 const char* kPpds[] = {"kivcp-epl2-203dpi-2in.ppd", "kivcp-epl2-203dpi-4in.ppd", "kivcp-epl2-300dpi-2in.ppd",
                        "kivcp-epl2-300dpi-4in.ppd"};
+static_assert(std::size(kPpds) == 4, "the package ships four PPDs");
 
 // Returns one line that cups-config prints for `option`, without its end.
 std::string CupsConfig(const std::string& option)

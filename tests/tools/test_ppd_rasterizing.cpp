@@ -86,6 +86,8 @@ TEST(PpdInTheSpoolersRasterizers, EveryDriverChoiceLeavesThePdfRasterUnchanged)
     ASSERT_FALSE(base.out.empty());
     auto options = DriverOptions();
     ASSERT_FALSE(options.empty());
+    // The 33 options the filter reads and the colour model.
+    ASSERT_EQ(options.size(), 34u);
     std::size_t rounds = 0;
     for (const auto& [keyword, choices] : options)
         rounds = std::max(rounds, choices.size());

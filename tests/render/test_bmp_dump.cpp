@@ -4,6 +4,8 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <filesystem>
+#include <string>
 #include <vector>
 
 #include "EPLRender.h"
@@ -127,11 +129,17 @@ TEST_F(BmpDump, ExistingFileIsReplaced)
 
 TEST_F(BmpDump, UnopenablePathIsSkippedSilently)
 {
+    // A dump into folders that are not there makes none of them: nothing is
+    // written anywhere in the test's directory, and, since nothing was in the
+    // way, the log says nothing either.
     CEPLRender render;
     unsigned char data[4] = {};
     std::string path = m_dir.File("missing/dir/dump.bmp");
+    LogCapture::Instance().Mark();
     render.LogData2BmpFile(path.c_str(), data, 4, 4, 1, 8);
     EXPECT_FALSE(FileExists(path));
+    EXPECT_TRUE(std::filesystem::is_empty(m_dir.Path()));
+    EXPECT_EQ(LogCapture::Instance().MessagesSince(), std::vector<std::string>{});
 }
 
 TEST_F(BmpDump, FileIsCreatedReadableByAll)

@@ -10,17 +10,7 @@ using namespace logtest;
 
 namespace {
 
-class LogConfig : public ::testing::Test {
-protected:
-    // Parses text on the test's manager and returns logger id's settings.
-    LoggerSnapshot apply(const std::string &text, LoggerId id = 0) {
-        EXPECT_TRUE(mgr.configFromString(text.c_str()));
-        return snapshotOf(mgr, id);
-    }
-
-    TempDir dir;
-    LogerManager mgr;
-};
+class LogConfig : public ConfigTest {};
 
 } // namespace
 

@@ -1,6 +1,7 @@
 // Helpers shared by the logger's tests: standard-error capture, the pieces
-// of a written log line and records made by hand; the temporary directory
-// and file helpers come from the shared test support.
+// of a written log line, records made by hand and the base of the
+// configuration tests; the temporary directory and file helpers come from
+// the shared test support.
 #ifndef KV_TESTS_LOG_TEST_HELPERS_H
 #define KV_TESTS_LOG_TEST_HELPERS_H
 
@@ -19,6 +20,8 @@
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include <gtest/gtest.h>
 
 #include "TempDir.h"
 #include "TestFiles.h"
@@ -151,6 +154,20 @@ inline LoggerSnapshot snapshotOf(LogerManager &manager, LoggerId id) {
     manager.getLoggerSnapshot(id, s);
     return s;
 }
+
+// Test base of the configuration tests: a manager of the test's own and a
+// directory for configuration files.
+class ConfigTest : public ::testing::Test {
+protected:
+    // Parses text on the test's manager and returns logger id's settings.
+    LoggerSnapshot apply(const std::string &text, LoggerId id = 0) {
+        EXPECT_TRUE(mgr.configFromString(text.c_str()));
+        return snapshotOf(mgr, id);
+    }
+
+    TempDir dir;
+    LogerManager mgr;
+};
 
 } // namespace logtest
 

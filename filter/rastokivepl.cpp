@@ -131,12 +131,18 @@ bool SwapInRenderer(const cups_page_header2_t& header, const PageGeometry& first
     return plainRgb && PageGeometry::Of(header) == first;
 }
 
-// Renders the held page; returns the renderer's result.
+// Renders the held page; returns the renderer's result. A step that went
+// without memory is reported to the spooler: the page still goes on, but
+// its label may be incomplete.
 bool RenderHeldPage(bool lastPage, bool logOn)
 {
     CEPLRender render;
     AttachRecords(render);
-    return render.TransCommand(lastPage, logOn);
+    const bool rendered = render.TransCommand(lastPage, logOn);
+    for (const char* step : render.MemoryShortfalls())
+        PutSpoolerMessage(SpoolerLevel::kWarning, "Not enough memory for %s of page %u; the label may be incomplete",
+                          step, static_cast<unsigned>(g_oemPDEV.dwCurPageNum));
+    return rendered;
 }
 
 // Builds the job records from the PPD and the first header and sends the

@@ -194,10 +194,11 @@ void SquareScreen(const DitherFrame& f, const uint8_t* screen, int64_t size)
 bool DiffuseTwelve(const DitherFrame& f)
 {
     const int64_t cols = ClippedColumns(f);
-    std::unique_ptr<uint8_t[]> work(new (std::nothrow) uint8_t[static_cast<size_t>(f.height * f.width)]());
-    if (!work) {
+    const MallocPtr<uint8_t> owner = AllocateBlock<uint8_t>(static_cast<size_t>(f.height * f.width), true);
+    if (!owner) {
         return false;
     }
+    uint8_t* const work = owner.get();
     for (int64_t y = 0; y < f.height; ++y) {
         const unsigned char* in = f.src + y * f.stride;
         for (int64_t x = 0; x < cols; ++x) {
@@ -355,8 +356,7 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
         SquareScreen(f, &kScreen40x40[0][0], kScreen40Size);
         break;
     case kDiffuseTwelve:
-        DiffuseTwelve(f);
-        break;
+        return DiffuseTwelve(f) ? 1 : 0;
     case kScreen15:
         Screen15(f);
         break;
@@ -367,8 +367,7 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
         Screen8(f);
         break;
     case kInterleaved:
-        Interleaved(f);
-        break;
+        return Interleaved(f) ? 1 : 0;
     default:
         break;
     }

@@ -196,6 +196,8 @@ public:
                             unsigned int stride, unsigned char* image, unsigned int imageSize,
                             unsigned char** output, unsigned int*, bool invert, bool);
     // Reduces an 8-bit grey page to black and white by one of ten methods.
+    // Returns 1, also when it refuses the image, or 0 when methods 6 and 10
+    // cannot have their work memory (nothing is written then).
     int Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height,
                unsigned int width, unsigned int stride, unsigned int, bool invert);
 

@@ -5,6 +5,7 @@
 #define KV_RENDER_EPLRENDER_H
 
 #include <cstdint>
+#include <vector>
 
 #include "BmpProcessing.h"
 #include "DevMode.h"
@@ -39,6 +40,10 @@ public:
 
     // Renders the held page. Returns false only when there is no held page.
     bool TransCommand(bool lastPage, bool logOn);
+    // The steps of the pages rendered so far that went without memory, as
+    // phrases for a message ("the halftone"); the page went on without
+    // them, as it must.
+    const std::vector<const char*>& MemoryShortfalls() const { return m_shortfalls; }
 
     // Writes `height` rows of `data` (`size` bytes in all) at `bitsPerPixel`
     // to a BMP file at `path`, replacing any file there. An unopenable file
@@ -86,6 +91,7 @@ private:
     _DEVMODE* m_pDevMode;
     _OEMPDEV* m_pOemPdev;
     kvrender::DeferredSwap* m_pSwap = nullptr;
+    std::vector<const char*> m_shortfalls;
 };
 
 #endif

@@ -201,6 +201,7 @@ void CEPLRender::ScaleToOutputResolution(CBmpProcessing& bmp)
                                   static_cast<uint64_t>(plan.bytes), 0, tagColorCFG{});
     bmp.SetSwappedShrinkOutput(false);
     if (!scaled) {
+        m_shortfalls.push_back("scaling to the printer's resolution");
         SwapHeldPageIfPending();
         return;
     }
@@ -332,6 +333,8 @@ void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
                                   static_cast<uint32_t>(work.h), work.header.biBitCount,
                                   static_cast<uint32_t>(work.stride), maxDots, static_cast<uint32_t>(newH), newBytes,
                                   kWhite, color);
+    if (!fitted)
+        m_shortfalls.push_back("fitting to the printable width");
     // The box's right and bottom are the size itself here, not size - 1.
     SetStageOutput(work, fitted.release(), newBytes, {0, 0, static_cast<int32_t>(maxDots), newH}, false);
 }
@@ -363,8 +366,12 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     const bool invert = cfg.bNegative != 0;
-    if (!work.Writable())
+    const bool hadImage = work.HasData();
+    if (!work.Writable()) {
+        if (hadImage)
+            m_shortfalls.push_back("the halftone");
         return;
+    }
     if (cfg.sHalftoneMethod == kvimg::kLocalAdaptive) {
         unsigned char* out = nullptr;
         int outSize = 0;
@@ -374,8 +381,10 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
         }
         MallocBuffer result(out);
         MallocBuffer fresh = kvrender::FilledBuffer(static_cast<uint64_t>(outSize), kWhite);
-        if (!fresh)
+        if (!fresh) {
+            m_shortfalls.push_back("the halftone");
             return;
+        }
         memcpy(fresh.get(), result.get(), static_cast<size_t>(outSize));
         work.header.biBitCount = kGreyBits;
         work.size = static_cast<uint64_t>(outSize);
@@ -387,10 +396,13 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
     if (ThresholdInPlace(bmp, work, invert))
         return;
     MallocBuffer dst = kvrender::FilledBuffer(size, kWhite);
-    if (!dst)
+    if (!dst) {
+        m_shortfalls.push_back("the halftone");
         return;
-    bmp.Dither(cfg.sHalftoneMethod, work.buffer.get(), dst.get(), static_cast<unsigned>(std::max(work.h, 0)),
-               static_cast<unsigned>(std::max(work.w, 0)), static_cast<unsigned>(work.stride), 0, invert);
+    }
+    if (!bmp.Dither(cfg.sHalftoneMethod, work.buffer.get(), dst.get(), static_cast<unsigned>(std::max(work.h, 0)),
+               static_cast<unsigned>(std::max(work.w, 0)), static_cast<unsigned>(work.stride), 0, invert))
+        m_shortfalls.push_back("the halftone");
     // The result takes the image's place: every byte that may be read from
     // here on is in it.
     work.buffer = std::move(dst);
@@ -426,7 +438,9 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     const _OEMPDEV& pdev = *m_pOemPdev;
     work.rect.left = std::max(work.rect.left, 0);
     work.rect.top = std::max(work.rect.top, 0);
-    work.Writable();
+    const bool hadImage = work.HasData();
+    if (!work.Writable() && hadImage)
+        m_shortfalls.push_back("the page's image");
     if (cfg.sIsLineImaginary && work.buffer)
         kvrender::ConvertToDashedLines(bmp, work.buffer.get(), work.Readable(), work.w, work.h, work.stride,
                                        kvunits::MmToDots(cfg.sBlackInterval, cfg.sOutputXDPI),
@@ -440,8 +454,11 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     cfg.sPageNum = static_cast<int16_t>(pdev.dwCurPageNum);
     cfg.nPageNum = cfg.sPageNum;
     cfg.sCopies = pdev.sCurCopies;
-    if (!packed.bits)
+    if (!packed.bits) {
+        if (packed.size != 0)
+            m_shortfalls.push_back("the page's one-bit image");
         return;
+    }
 
     CLBPTREmulation emulation;
     char* bits = reinterpret_cast<char*>(packed.bits.get());
@@ -451,8 +468,10 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
                                         &length, lastPage) != 0 || length <= 0)
         return;
     const kvimg::MallocPtr<char> commands = kvimg::AllocateBlock<char>(static_cast<size_t>(length), true);
-    if (!commands)
+    if (!commands) {
+        m_shortfalls.push_back("the page's printer commands");
         return;
+    }
     if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h,
                                         commands.get(), length, &length, lastPage) != 0 && m_pOemCfg)
         fwrite(commands.get(), 1, static_cast<size_t>(length), stdout);

@@ -10,6 +10,7 @@
 
 #include "BmpProcessing.h"
 #include "EPLRender.h"
+#include "MallocBuffer.h"
 #include "PagePipeline.h"
 #include "StdoutCapture.h"
 #include "TestFiles.h"
@@ -307,4 +308,73 @@ TEST(TransCommand, RedBlueSwapLeftToTheRendererPrintsAsTheSwapMadeOnReading)
             EXPECT_EQ(deferred.Page(), eager.Page());
         }
     }
+}
+
+namespace {
+
+// Makes blocks of `bytes` or more fail while it lives.
+struct ShortOfMemory {
+    explicit ShortOfMemory(uint64_t bytes) { kvimg::g_failBlocksFrom = bytes; }
+    ~ShortOfMemory() { kvimg::g_failBlocksFrom = 0; }
+};
+
+// Renders `job` as TransCommand does, with blocks from `limit` bytes up
+// failing; returns the result, the output and the steps that went short.
+struct ShortRender {
+    bool result;
+    std::string out;
+    std::vector<std::string> shortfalls;
+};
+ShortRender RenderShortOfMemory(PageJob& job, uint64_t limit)
+{
+    StdoutCapture capture;
+    CEPLRender render;
+    render.SetOemCfgPointer(&job.cfg);
+    render.SetDevModePointer(&job.devMode);
+    render.SetOemPdevPointer(&job.pdev);
+    ShortOfMemory shortOfMemory(limit);
+    const bool result = render.TransCommand(false, false);
+    return {result, capture.Take(), {render.MemoryShortfalls().begin(), render.MemoryShortfalls().end()}};
+}
+
+}  // namespace
+
+TEST(TransCommand, AHalftoneWithoutMemoryIsNamedAndThePageGoesOn)
+{
+    // 200 x 100 grey page, error diffusion: its 20000-byte destination
+    // fails; packing (2500 bytes) and the commands still fit.
+    PageJob job(200, 100, 203, 203, 0);
+    job.cfg.sHalftoneMethod = 2;
+    const ShortRender r = RenderShortOfMemory(job, 10000);
+    EXPECT_TRUE(r.result);
+    EXPECT_EQ(r.shortfalls, std::vector<std::string>{"the halftone"});
+    EXPECT_NE(r.out.find("GW"), std::string::npos);
+}
+
+TEST(TransCommand, PrinterCommandsWithoutMemoryAreNamedAndNothingIsWritten)
+{
+    // The fixed threshold works in place and packing takes 2500 bytes; the
+    // page's commands, a little more, fail.
+    PageJob job(200, 100, 203, 203, 0);
+    const ShortRender r = RenderShortOfMemory(job, 2501);
+    EXPECT_TRUE(r.result);
+    EXPECT_EQ(r.shortfalls, std::vector<std::string>{"the page's printer commands"});
+    EXPECT_EQ(r.out, "");
+}
+
+TEST(TransCommand, ScalingWithoutMemoryIsNamed)
+{
+    // A 406 dpi page printed at 203 dpi: the shrunk page (about 3 x 100 x
+    // 50 bytes) fails.
+    PageJob job(200, 100, 406, 203, 0);
+    const ShortRender r = RenderShortOfMemory(job, 10000);
+    EXPECT_TRUE(r.result);
+    EXPECT_EQ(r.shortfalls, std::vector<std::string>{"scaling to the printer's resolution"});
+}
+
+TEST(TransCommand, EnoughMemoryNamesNoStep)
+{
+    PageJob job(200, 100, 203, 203, 0);
+    job.cfg.sHalftoneMethod = 2;
+    EXPECT_EQ(RenderShortOfMemory(job, 0).shortfalls, std::vector<std::string>{});
 }

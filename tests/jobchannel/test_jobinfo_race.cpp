@@ -3,13 +3,9 @@
 // held past its time-out gives up without touching the file.
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "JobInfoFile.h"
@@ -33,9 +29,6 @@ const char* const kOtherJobRecord = "JOB_ID = 1\nJOB_IDX = 0\n";
 constexpr int kWriters = 8;
 constexpr int kRecordsPerWriter = 20;
 constexpr int kFirstWriterId = 101;
-// Pause between two reads of the file while they run, so the reader leaves
-// the machine's two cores to the writers.
-constexpr int kPollPauseMs = 1;
 
 // The holder outlives the writer's 5-second wait by a wide margin, but never
 // hangs a test run when something goes wrong.
@@ -67,18 +60,10 @@ protected:
             std::vector<std::string> args{std::to_string(kFirstWriterId + i), "0", std::to_string(kRecordsPerWriter)};
             writers.push_back(std::make_unique<Subprocess>(kWriterBinary, args));
         }
-        std::atomic<bool> done{false};
-        std::thread poller([&] {
-            while (!done) {
-                std::optional<std::string> content = ReadJobInfoLocked();
-                m_seen.insert(content ? *content : std::string("<unreadable>"));
-                std::this_thread::sleep_for(std::chrono::milliseconds(kPollPauseMs));
-            }
-        });
+        JobInfoWatcher watcher;
         for (auto& writer : writers)
             m_statuses.push_back(writer->Wait());
-        done = true;
-        poller.join();
+        m_seen = watcher.Stop();
     }
 
     // Runs one writer of the record (7, 1) that logs to m_logDir; returns its

@@ -7,14 +7,11 @@
 #include <sys/msg.h>
 
 #include <algorithm>
-#include <atomic>
-#include <chrono>
 #include <cctype>
 #include <cstdio>
 #include <memory>
 #include <set>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "CLEFile.h"
@@ -54,9 +51,6 @@ constexpr int kHolderLimitSeconds = 30;
 // Jobs started at once on the job information file.
 constexpr int kRacingJobs = 8;
 constexpr int kFirstRacingJobId = 501;
-// Pause between two reads of the file while they run, so the reader leaves
-// the machine's two cores to the jobs.
-constexpr int kPollPauseMs = 1;
 
 // The service's exit status when a queue under its key was already there.
 constexpr int kServiceFoundAQueue = 3;
@@ -524,18 +518,10 @@ protected:
             std::string id = std::to_string(kFirstRacingJobId + i);
             jobs.push_back(std::make_unique<FilterProcess>(FilterArgs("", "RFID_race", raster, id), ppd, false));
         }
-        std::atomic<bool> done{false};
-        std::thread poller([&] {
-            while (!done) {
-                std::optional<std::string> content = ReadJobInfoLocked();
-                m_seen.insert(content ? *content : std::string("<unreadable>"));
-                std::this_thread::sleep_for(std::chrono::milliseconds(kPollPauseMs));
-            }
-        });
+        JobInfoWatcher watcher;
         for (auto& job : jobs)
             m_results.push_back(job->Wait());
-        done = true;
-        poller.join();
+        m_seen = watcher.Stop();
     }
 
     // The records the file may hold: the one before the race, and each job's

@@ -1,4 +1,5 @@
-// Test access to the job information file and a competing lock holder.
+// Test access to the job information file, a watcher of its contents and a
+// competing lock holder.
 #include "JobInfoFile.h"
 
 #include <fcntl.h>
@@ -7,6 +8,7 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <cstdio>
 #include <cstring>
 
@@ -19,6 +21,8 @@ namespace {
 // A record is two short lines; this is more than any file a test makes.
 constexpr size_t kReadLimit = 4096;
 constexpr int kMillisecondsPerSecond = 1000;
+// Pause between two reads of the watcher.
+constexpr int kWatchPauseMs = 1;
 
 // A whole-file lock request of `type`: from the start to the end, however
 // far the file grows (the same range the filter locks).
@@ -93,6 +97,30 @@ std::optional<std::string> ReadJobInfoLocked()
     if (n < 0)
         return std::nullopt;
     return std::string(buffer, static_cast<size_t>(n));
+}
+
+JobInfoWatcher::JobInfoWatcher()
+    : m_reader([this] {
+          while (!m_done) {
+              std::optional<std::string> content = ReadJobInfoLocked();
+              m_seen.insert(content ? *content : std::string("<unreadable>"));
+              std::this_thread::sleep_for(std::chrono::milliseconds(kWatchPauseMs));
+          }
+      })
+{
+}
+
+JobInfoWatcher::~JobInfoWatcher()
+{
+    Stop();
+}
+
+std::set<std::string> JobInfoWatcher::Stop()
+{
+    m_done = true;
+    if (m_reader.joinable())
+        m_reader.join();
+    return m_seen;
 }
 
 JobInfoLockHolder::JobInfoLockHolder(int limitSeconds)

@@ -1,13 +1,17 @@
 // The job information file "/tmp/TASK_INFO.lock" as tests see it: keeping
 // and restoring what a test run found there, reading it the way a careful
-// reader must (under a shared lock), and another process holding its lock.
+// reader must (under a shared lock), watching it while processes race on it,
+// and another process holding its lock.
 #ifndef KV_TESTS_JOBINFOFILE_H
 #define KV_TESTS_JOBINFOFILE_H
 
 #include <sys/types.h>
 
+#include <atomic>
 #include <optional>
+#include <set>
 #include <string>
+#include <thread>
 
 namespace kvtest {
 
@@ -35,6 +39,26 @@ void RemoveJobInfo();
 // never holds at the same time as its exclusive one; nullopt when the file
 // cannot be opened or locked.
 std::optional<std::string> ReadJobInfoLocked();
+
+// Reads the file as ReadJobInfoLocked does, a moment apart, on a thread of
+// its own from construction until Stop, keeping every distinct content seen
+// ("<unreadable>" for a read that could not open or lock the file). The
+// pause leaves the machine's two cores to the processes being watched.
+class JobInfoWatcher {
+public:
+    JobInfoWatcher();
+    ~JobInfoWatcher();
+    JobInfoWatcher(const JobInfoWatcher&) = delete;
+    JobInfoWatcher& operator=(const JobInfoWatcher&) = delete;
+
+    // Ends the reading and returns every distinct content seen.
+    std::set<std::string> Stop();
+
+private:
+    std::atomic<bool> m_done{false};
+    std::set<std::string> m_seen;
+    std::thread m_reader;
+};
 
 // Another process holding the whole-file write lock on the file, as a
 // competing filter would, until Release, destruction or `limitSeconds`.

@@ -16,6 +16,7 @@
 #include <vector>
 
 #include "CommandRunner.h"
+#include "DriverOptions.h"
 #include "GetPpdSelfOption.h"
 #include "InitalizeOemCfg.h"
 #include "PpdGenerator.h"
@@ -263,20 +264,13 @@ TEST(ShippedPpd, ThreeHundredDpiModelsAskForTheirOwnResolutionByDefault)
     }
 }
 
-// Every option keyword and choice name of `ppd` but the page sizes and the
-// raster resolution, which set the raster itself.
+// Every choice of the driver's options of `ppd`, as keyword and choice name.
 std::vector<std::pair<std::string, std::string>> DriverChoices(ppd_file_t* ppd)
 {
-    // Collected before any marking: the rasterizer's interpreter walks the
-    // same option list and would restart a walk still in progress.
     std::vector<std::pair<std::string, std::string>> choices;
-    for (ppd_option_t* o = ppdFirstOption(ppd); o; o = ppdNextOption(ppd)) {
-        if (std::strcmp(o->keyword, "PageSize") == 0 || std::strcmp(o->keyword, "PageRegion") == 0 ||
-            std::strcmp(o->keyword, "Resolution") == 0)
-            continue;
-        for (int i = 0; i < o->num_choices; ++i)
-            choices.emplace_back(o->keyword, o->choices[i].choice);
-    }
+    for (const kvtool::DriverOption& option : kvtool::DriverOptions(ppd))
+        for (const std::string& choice : option.choices)
+            choices.emplace_back(option.keyword, choice);
     return choices;
 }
 

@@ -4,12 +4,11 @@
 #include <cups/ppd.h>
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "CommandRunner.h"
+#include "DriverOptions.h"
 #include "PdfLabel.h"
 #include "PngFile.h"
 #include "TempDir.h"
@@ -20,23 +19,14 @@ namespace {
 const std::string kPpd = std::string(KV_PPD_DIR) + "/kivcp-epl2-203dpi-2in.ppd";
 const std::string kLabelSize = "PageSize=1x2Rotated.Fullbleed";
 
-// Every option of the PPD but the page sizes and the raster resolution,
-// with its choice names.
-std::vector<std::pair<std::string, std::vector<std::string>>> DriverOptions()
+// The driver's options of the PPD, with their choice names; none when the
+// file cannot be read.
+std::vector<kvtool::DriverOption> ShippedDriverOptions()
 {
-    std::vector<std::pair<std::string, std::vector<std::string>>> options;
     ppd_file_t* ppd = ppdOpenFile(kPpd.c_str());
     if (!ppd)
-        return options;
-    for (ppd_option_t* o = ppdFirstOption(ppd); o; o = ppdNextOption(ppd)) {
-        if (std::strcmp(o->keyword, "PageSize") == 0 || std::strcmp(o->keyword, "PageRegion") == 0 ||
-            std::strcmp(o->keyword, "Resolution") == 0)
-            continue;
-        std::vector<std::string> choices;
-        for (int i = 0; i < o->num_choices; ++i)
-            choices.push_back(o->choices[i].choice);
-        options.emplace_back(o->keyword, choices);
-    }
+        return {};
+    std::vector<kvtool::DriverOption> options = kvtool::DriverOptions(ppd);
     ppdClose(ppd);
     return options;
 }
@@ -84,7 +74,7 @@ TEST(PpdInTheSpoolersRasterizers, EveryDriverChoiceLeavesThePdfRasterUnchanged)
     kvtool::CommandResult base = Rasterize(pdf, {});
     ASSERT_EQ(base.status, 0) << base.err;
     ASSERT_FALSE(base.out.empty());
-    auto options = DriverOptions();
+    auto options = ShippedDriverOptions();
     ASSERT_FALSE(options.empty());
     // The 33 options the filter reads and the colour model.
     ASSERT_EQ(options.size(), 34u);

@@ -170,21 +170,32 @@ void DiffuseFour(const DitherFrame& f)
     }
 }
 
+// Writes columns [0, cols) of every row white or black, output rows
+// `outStride` apart (the stride for methods 3 and 5, the width for 7 to
+// 10): rule(y) gives the row's test, and test(x, v) says whether source
+// value v at column x is white.
+template <class RowRule>
+void ThresholdRows(const DitherFrame& f, int64_t outStride, int64_t cols, RowRule rule)
+{
+    for (int64_t y = 0; y < f.height; ++y) {
+        const unsigned char* in = f.src + y * f.stride;
+        unsigned char* out = f.dst + y * outStride;
+        const auto white = rule(y);
+        for (int64_t x = 0; x < cols; ++x) {
+            out[x] = white(x, in[x]) ? f.white : f.black;
+        }
+    }
+}
+
 // Methods 3 and 5, ordered dither over a square screen of `size` x `size`
 // entries (16 and 40): white from 250 up, black at 0, otherwise white
 // where the screen's entry for the pixel is not above it.
 void SquareScreen(const DitherFrame& f, const uint8_t* screen, int64_t size)
 {
-    for (int64_t y = 0; y < f.height; ++y) {
-        const unsigned char* in = f.src + y * f.stride;
-        unsigned char* out = f.dst + y * f.stride;
+    ThresholdRows(f, f.stride, f.width, [&](int64_t y) {
         const uint8_t* entries = screen + (y % size) * size;
-        for (int64_t x = 0; x < f.width; ++x) {
-            const int v = in[x];
-            const bool white = v >= kScreenWhiteFrom || (v != 0 && entries[x % size] <= v);
-            out[x] = white ? f.white : f.black;
-        }
-    }
+        return [=](int64_t x, int v) { return v >= kScreenWhiteFrom || (v != 0 && entries[x % size] <= v); };
+    });
 }
 
 // Method 6: error diffusion over twelve neighbours of a 0..144 work copy.
@@ -235,57 +246,41 @@ bool DiffuseTwelve(const DitherFrame& f)
 // y mod 15 = 14 has no table row and uses row 0.
 void Screen15(const DitherFrame& f)
 {
-    const int64_t cols = ClippedColumns(f);
-    for (int64_t y = 0; y < f.height; ++y) {
-        const unsigned char* in = f.src + y * f.stride;
-        unsigned char* out = f.dst + y * f.width;
+    ThresholdRows(f, f.width, ClippedColumns(f), [](int64_t y) {
         const int64_t r = y % kScreen15Period;
         const uint8_t* screen = kScreen14x15[r < kScreen15Rows ? r : kScreen15MissingRowStandIn];
-        for (int64_t x = 0; x < cols; ++x) {
-            const int v = in[x];
-            bool white = v == kMaxGrey;
-            if (!white) {
-                const int level = static_cast<int>(v / static_cast<double>(kMaxGrey) * kLevels15 + kRounding);
-                white = level > screen[x % kScreen15Cols];
-            }
-            out[x] = white ? f.white : f.black;
-        }
-    }
+        return [=](int64_t x, int v) {
+            return v == kMaxGrey ||
+                   static_cast<int>(v / static_cast<double>(kMaxGrey) * kLevels15 + kRounding) >
+                       screen[x % kScreen15Cols];
+        };
+    });
 }
 
 // Method 8: q = 16 v / 255 against the 4 x 4 matrix; q = 16 is white.
 void Matrix4(const DitherFrame& f)
 {
-    const int64_t cols = ClippedColumns(f);
-    for (int64_t y = 0; y < f.height; ++y) {
-        const unsigned char* in = f.src + y * f.stride;
-        unsigned char* out = f.dst + y * f.width;
+    ThresholdRows(f, f.width, ClippedColumns(f), [](int64_t y) {
         const uint8_t* matrix = kScreen4x4[y % kScreen4Size];
-        for (int64_t x = 0; x < cols; ++x) {
-            const int q = kMatrixLevels * in[x] / kMaxGrey;
-            const bool white = q == kMatrixLevels || q > matrix[x % kScreen4Size];
-            out[x] = white ? f.white : f.black;
-        }
-    }
+        return [=](int64_t x, int v) {
+            const int q = kMatrixLevels * v / kMaxGrey;
+            return q == kMatrixLevels || q > matrix[x % kScreen4Size];
+        };
+    });
 }
 
 // Method 9: levels 0..128 against the 8 x 16 screen, shifted by 8 columns
 // on the second band of every 16 rows.
 void Screen8(const DitherFrame& f)
 {
-    const int64_t cols = ClippedColumns(f);
-    for (int64_t y = 0; y < f.height; ++y) {
-        const unsigned char* in = f.src + y * f.stride;
-        unsigned char* out = f.dst + y * f.width;
+    ThresholdRows(f, f.width, ClippedColumns(f), [](int64_t y) {
         const uint8_t* screen = kScreen8x16[y % kScreen8Rows];
         const int64_t shift = (y % (2 * kScreen8BandRows)) >= kScreen8BandRows ? kScreen8Shift : 0;
-        for (int64_t x = 0; x < cols; ++x) {
-            const int level =
-                static_cast<int>(in[x] / static_cast<double>(kMaxGrey) * kLevels128 + kRounding);
-            const bool white = level > screen[(x + shift) % kScreen8Cols];
-            out[x] = white ? f.white : f.black;
-        }
-    }
+        return [=](int64_t x, int v) {
+            const int level = static_cast<int>(v / static_cast<double>(kMaxGrey) * kLevels128 + kRounding);
+            return level > screen[(x + shift) % kScreen8Cols];
+        };
+    });
 }
 
 // Method 10: the computed 4 x 4 screen; white when the source is above the
@@ -299,15 +294,11 @@ bool Interleaved(const DitherFrame& f)
     for (int k = 0; k < kInterleavedEntries; ++k) {
         table.get()[k] = InterleavedScreenEntry(static_cast<unsigned>(k));
     }
-    for (int64_t y = 0; y < f.height; ++y) {
-        const unsigned char* in = f.src + y * f.stride;
-        unsigned char* out = f.dst + y * f.width;
-        const int64_t rowBase = kInterleavedSize * (y % kInterleavedSize);
-        for (int64_t x = 0; x < f.width; ++x) {
-            const bool white = in[x] > table.get()[x % kInterleavedSize + rowBase];
-            out[x] = white ? f.white : f.black;
-        }
-    }
+    const uint8_t* entries = table.get();
+    ThresholdRows(f, f.width, f.width, [=](int64_t y) {
+        const uint8_t* row = entries + kInterleavedSize * (y % kInterleavedSize);
+        return [=](int64_t x, int v) { return v > row[x % kInterleavedSize]; };
+    });
     return true;
 }
 

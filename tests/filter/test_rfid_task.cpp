@@ -11,7 +11,7 @@
 #include <cstring>
 #include <string>
 
-#include "StdoutCapture.h"
+#include "StreamCapture.h"
 #include "TestFiles.h"
 #include "rastokivepl.h"
 

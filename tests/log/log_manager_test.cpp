@@ -402,10 +402,10 @@ TEST_F(LogManager, UnopenableFileIsReportedOnStandardError) {
     WriteFile(dir.File("blocker"), "a file, not a directory");
     mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
-    StderrCapture capture(dir.File("stderr.txt"));
+    StderrCapture capture;
     EXPECT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost")));
     EXPECT_EQ("log4z: can not open log file " + dir.File("blocker/sub/Label.log") + ". \r\n",
-              capture.finish());
+              capture.Take());
 }
 
 TEST_F(LogManager, UnopenableFileSwitchesOutfileOff) {
@@ -413,9 +413,9 @@ TEST_F(LogManager, UnopenableFileSwitchesOutfileOff) {
     WriteFile(dir.File("blocker"), "a file, not a directory");
     mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
-    StderrCapture capture(dir.File("stderr.txt"));
+    StderrCapture capture;
     mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost"));
-    capture.finish();
+    capture.Take();
     EXPECT_FALSE(snapshotOf(mgr, id).bOutFile);
 }
 
@@ -424,12 +424,12 @@ TEST_F(LogManager, RecordsAfterAnUnopenableFileAreDroppedSilently) {
     WriteFile(dir.File("blocker"), "a file, not a directory");
     mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
-    StderrCapture first(dir.File("stderr1.txt"));
+    StderrCapture first;
     mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost"));
-    first.finish();
-    StderrCapture second(dir.File("stderr2.txt"));
+    first.Take();
+    StderrCapture second;
     EXPECT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "also lost")));
-    EXPECT_EQ("", second.finish());
+    EXPECT_EQ("", second.Take());
 }
 
 // ---- file size limit and days -------------------------------------------

@@ -34,19 +34,18 @@ protected:
 
     // Starts the manager and logs one line; returns what reached standard error.
     std::string startAndLog() {
-        StderrCapture capture(scratch.File("stderr.txt"));
+        StderrCapture capture;
         if (!mgr.start()) {
             return "start failed";
         }
         mgr.pushLog(recordWith(mgr, LOG4Z_MAIN_LOGGER_ID, LOG_DEBUG, "job line"));
-        return capture.finish();
+        return capture.Take();
     }
 
     std::string refusedMessage() const { return "log4z: can not open log file " + logPath() + ". \r\n"; }
 
     kvtest::OpenFolder shared{kvtest::kOutsideTmp, kvtest::kSharedFolderMode};
     kvtest::OpenFolder elsewhere{kvtest::kOutsideTmp};
-    TempDir scratch;
     LogerManager mgr; // declared last: stops before the folders go
 };
 

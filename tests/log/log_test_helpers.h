@@ -1,6 +1,6 @@
-// Helpers shared by the logger's tests: standard-error capture, the pieces
-// of a written log line, records made by hand and the base of the
-// configuration tests; the temporary directory and file helpers come from
+// Helpers shared by the logger's tests: the pieces of a written log line,
+// records made by hand and the base of the configuration tests; the
+// temporary directory, file helpers and standard-error capture come from
 // the shared test support.
 #ifndef KV_TESTS_LOG_TEST_HELPERS_H
 #define KV_TESTS_LOG_TEST_HELPERS_H
@@ -23,6 +23,7 @@
 
 #include <gtest/gtest.h>
 
+#include "StreamCapture.h"
 #include "TempDir.h"
 #include "TestFiles.h"
 #include "log4z_manager.h"
@@ -31,6 +32,7 @@ namespace logtest {
 
 using kvtest::FileExists;
 using kvtest::ReadFile;
+using kvtest::StderrCapture;
 using kvtest::TempDir;
 using kvtest::WriteFile;
 
@@ -81,39 +83,6 @@ inline ParsedLine parseLine(const std::string &line) {
 }
 
 inline unsigned long testThreadId() { return static_cast<unsigned long>(syscall(SYS_gettid)); }
-
-// Captures what is written to standard error (descriptor 2) while alive.
-class StderrCapture {
-public:
-    explicit StderrCapture(const std::string &path) : m_path(path) {
-        fflush(stderr);
-        m_saved = dup(STDERR_FILENO);
-        int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
-        dup2(fd, STDERR_FILENO);
-        close(fd);
-    }
-    ~StderrCapture() { restore(); }
-    StderrCapture(const StderrCapture &) = delete;
-    StderrCapture &operator=(const StderrCapture &) = delete;
-
-    // Stops capturing and returns what was captured.
-    std::string finish() {
-        restore();
-        return kvtest::ReadFile(m_path);
-    }
-
-private:
-    void restore() {
-        if (m_saved >= 0) {
-            fflush(stderr);
-            dup2(m_saved, STDERR_FILENO);
-            close(m_saved);
-            m_saved = -1;
-        }
-    }
-    std::string m_path;
-    int m_saved;
-};
 
 // Local time of a calendar moment, for records stamped on chosen days.
 inline int64_t localTime(int year, int month, int day, int hour, int minute, int second) {

@@ -7,7 +7,7 @@
 
 #include "EPLRender.h"
 #include "LBPTREmulation.h"
-#include "StdoutCapture.h"
+#include "StreamCapture.h"
 
 // The job records are packed: a member that may sit at an unaligned address
 // is copied into a local before EXPECT_EQ, which binds its arguments to

@@ -12,7 +12,7 @@
 #include "EPLRender.h"
 #include "MallocBuffer.h"
 #include "PagePipeline.h"
-#include "StdoutCapture.h"
+#include "StreamCapture.h"
 #include "TestFiles.h"
 
 // The job records are packed: a member that may sit at an unaligned address

@@ -64,11 +64,11 @@ LabelGap GapFromConfig(const tagOEMCFG& cfg)
 {
     LabelGap result;
     const int labelType = cfg.sLabelType;
-    if (labelType != media::kGap && labelType != media::kBlackMark)
+    if (labelType != MediaType::kGap && labelType != MediaType::kBlackMark)
         return result;
     result.gap = TenthsToDots(cfg.GAPHeight, cfg.sOutputXDPI);
     result.offset = TenthsToDots(cfg.GAPOffset, cfg.sOutputXDPI);
-    result.blackMark = labelType == media::kBlackMark;
+    result.blackMark = labelType == MediaType::kBlackMark;
     return result;
 }
 
@@ -287,13 +287,13 @@ int32_t CEPLEmulation::GetStartDocCMD(tagOEMCFG* cfg, char* out, long outSize, l
 void CEPLEmulation::AppendHardwareSetup()
 {
     const uint64_t afterPrint = m_savedCfg.dwOperationAfterPrn;
-    if (afterPrint == after_print::kCutter)
+    if (afterPrint == AfterPrint::kCutter)
         return;
     _HWOPT opt{};
-    opt.bDirectThermal = m_savedCfg.sPaperType == print_method::kDirectThermal;
-    opt.bPeel = afterPrint == after_print::kPeelOff;
+    opt.bDirectThermal = m_savedCfg.sPaperType == PrintMethod::kDirectThermal;
+    opt.bPeel = afterPrint == AfterPrint::kPeelOff;
     SetPrinterOptionsCMD(&opt);
-    if (afterPrint == after_print::kTearOffNoBackFeed) {
+    if (afterPrint == AfterPrint::kTearOffNoBackFeed) {
         EnableBackupTopCMD(false);
         return;
     }
@@ -330,7 +330,7 @@ int32_t CEPLEmulation::TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long s
     m_savedCfg = *cfg;
     ClearCmdBuf();
     const tagOEMCFG& c = m_savedCfg;
-    if (c.sPaperMode == print_mode::kCropToContent || c.sSavePaper == save_paper::kOn) {
+    if (c.sPaperMode == PrintMode::kCropToContent || c.sSavePaper == SavePaper::kSavePaperOn) {
         if (!AppendPageLabelSize(width, height)) {
             ClearCmdBuf();
             return 0;
@@ -338,7 +338,7 @@ int32_t CEPLEmulation::TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long s
     }
     const PageGraphic page = PlaceGraphic(bitmap, size, x, width, height);
     if (c.sCopies != 0) {
-        if (c.dwOperationAfterPrn != after_print::kCutter)
+        if (c.dwOperationAfterPrn != AfterPrint::kCutter)
             AppendPageGroup(page, c.sCopies);
         else
             AppendCutterPage(page, lastPage);
@@ -397,14 +397,14 @@ bool CEPLEmulation::AppendPageLabelSize(int width, int height)
     const int offsets = c.dwStartOffsetValue + c.dwEndOffsetValue;
     int64_t length = 0;
     switch (c.sFixedHeight) {
-    case fixed_height::kA4:
-        length = MmToDots(offsets + fixed_height::kA4LengthMm, c.sOutputXDPI);
+    case FixedHeight::kA4:
+        length = MmToDots(offsets + kA4LengthMm, c.sOutputXDPI);
         break;
-    case fixed_height::kA5:
-        length = MmToDots(offsets + fixed_height::kA5LengthMm, c.sOutputXDPI);
+    case FixedHeight::kA5:
+        length = MmToDots(offsets + kA5LengthMm, c.sOutputXDPI);
         break;
-    case fixed_height::kA6:
-        length = MmToDots(offsets + fixed_height::kA6LengthMm, c.sOutputXDPI);
+    case FixedHeight::kA6:
+        length = MmToDots(offsets + kA6LengthMm, c.sOutputXDPI);
         break;
     default:
         length = static_cast<int64_t>(height) + MmToDots(offsets, c.sOutputXDPI);
@@ -462,18 +462,18 @@ void CEPLEmulation::AppendCutterPage(const PageGraphic& page, bool lastPage)
     int remaining = m_savedCfg.sCopies;
     while (remaining > 0) {
         _HWOPT opt{};
-        opt.bDirectThermal = m_savedCfg.sPaperType == print_method::kDirectThermal;
+        opt.bDirectThermal = m_savedCfg.sPaperType == PrintMethod::kDirectThermal;
         switch (m_savedCfg.dwOperationModeAfterPrn) {
-        case cut_method::kEachLabel:
+        case CutMethod::kEachLabel:
             AppendCutEveryLabel(page, opt);
             return;
-        case cut_method::kEndOfJob:
+        case CutMethod::kEndOfJob:
             AppendCutAtJobEnd(page, opt, lastPage);
             return;
-        case cut_method::kEachPage:
+        case CutMethod::kEachPage:
             AppendCutAfterCopies(page, opt);
             return;
-        case cut_method::kEveryInterval:
+        case CutMethod::kEveryInterval:
             remaining -= AppendCutIntervalRound(page, opt, remaining, lastPage);
             break;
         default:

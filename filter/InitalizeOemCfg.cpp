@@ -84,9 +84,9 @@ void InitRotation(tagOEMCFG* cfg, ppd_file_t* ppd)
     if (!cfg || !ppd)
         return;
     int16_t code = static_cast<int16_t>(GetOptionChoiceIndex("Rotation", ppd));
-    using namespace kvcodes::rotation;
-    cfg->sRotation = (code == kLeft90 || code == kTurn180) ? 1 : 0;
-    cfg->sRotate90 = (code == kLeft90 || code == kRight90) ? 1 : 0;
+    using kvcodes::Rotation;
+    cfg->sRotation = (code == Rotation::kLeft90 || code == Rotation::kTurn180) ? 1 : 0;
+    cfg->sRotate90 = (code == Rotation::kLeft90 || code == Rotation::kRight90) ? 1 : 0;
     LOGFMTD("Init sRotation: %d, sRotate90: %d", static_cast<int>(cfg->sRotation), cfg->sRotate90);
 }
 

@@ -155,16 +155,16 @@ bool CEPLRender::ConversionTakesHeldPageAsSent(bool logOn) const
     if (!m_pSwap || !m_pSwap->pending || logOn)
         return false;
     const tagOEMCFG& cfg = *m_pOemCfg;
-    if (cfg.sPaperMode == kvcodes::print_mode::kCropToContent)
+    if (cfg.sPaperMode == kvcodes::PrintMode::kCropToContent)
         return true;
-    if (cfg.sPaperMode != kvcodes::print_mode::kOff)
+    if (cfg.sPaperMode != kvcodes::PrintMode::kLabelFromPage)
         return false;
     const int32_t w = m_pOemPdev->bmInfoHeader.biWidth;
     const int32_t h = m_pOemPdev->bmInfoHeader.biHeight;
     if (kvrender::AutoRotationCode(w, h, cfg.sOutputXDPI, cfg.sOutputYDPI, cfg.sMaxOutputWidth, cfg.sAutoRotate90))
         return false;
     const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
-    return !(cfg.sSavePaper == kvcodes::save_paper::kOn && maxDots < static_cast<uint32_t>(w));
+    return !(cfg.sSavePaper == kvcodes::SavePaper::kSavePaperOn && maxDots < static_cast<uint32_t>(w));
 }
 
 // After a conversion of the held page: a page it read in raster order
@@ -284,7 +284,7 @@ void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orien
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     _OEMPDEV& pdev = *m_pOemPdev;
-    if (cfg.sPaperMode == kvcodes::print_mode::kCropToContent) {
+    if (cfg.sPaperMode == kvcodes::PrintMode::kCropToContent) {
         unsigned char* out = nullptr;
         unsigned int capacity = 0;
         bmp.CoverBMP2OutputFormat(pdev.pBufStart, pdev.dwBufSize, &out, &capacity, &work.header, &work.rect,
@@ -322,7 +322,7 @@ void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
-    if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == kvcodes::print_mode::kCropToContent || cfg.sSavePaper == kvcodes::save_paper::kOn)))
+    if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == kvcodes::PrintMode::kCropToContent || cfg.sSavePaper == kvcodes::SavePaper::kSavePaperOn)))
         return;
     const int32_t newH = static_cast<int32_t>(static_cast<double>(work.h) / work.w * maxDots);
     const int64_t newStride = BmpRowStride(work.header.biBitCount, maxDots);
@@ -346,7 +346,7 @@ void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orie
                                   const COLORLEVELSITEM& levels)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
-    if (cfg.sPaperMode != kvcodes::print_mode::kOff)
+    if (cfg.sPaperMode != kvcodes::PrintMode::kLabelFromPage)
         return;
     unsigned char* out = nullptr;
     unsigned int capacity = 0;

@@ -320,18 +320,18 @@ Group GeneralGroup()
     Group g{"General", "General", {}};
     // Page sizes are written separately (they need PageRegion and friends).
     g.options.push_back({"MediaType", "Media Type", "Gap",
-                         {{"Gap", "Gap", Int(media::kGap)},
-                          {"BlackMark", "Black mark", Int(media::kBlackMark)},
-                          {"Continuous", "Continuous", Int(media::kContinuous)}}});
+                         {{"Gap", "Gap", Int(MediaType::kGap)},
+                          {"BlackMark", "Black mark", Int(MediaType::kBlackMark)},
+                          {"Continuous", "Continuous", Int(MediaType::kContinuous)}}});
     g.options.push_back({"PrintMethod", "Print Method", "DirectThermal",
-                         {{"DirectThermal", "Direct thermal (no ribbon)", Int(print_method::kDirectThermal)},
-                          {"ThermalTransfer", "Thermal transfer (ribbon)", Int(print_method::kThermalTransfer)}}});
+                         {{"DirectThermal", "Direct thermal (no ribbon)", Int(PrintMethod::kDirectThermal)},
+                          {"ThermalTransfer", "Thermal transfer (ribbon)", Int(PrintMethod::kThermalTransfer)}}});
     // "Mode" 4 hands the cut to "CutMethod", whose choices are all 1..4.
     g.options.push_back({"Mode", "After Printing", "TearOff",
-                         {{"TearOff", "Tear off", Int(after_print::kTearOff)},
-                          {"TearOffNoBackfeed", "Tear off, no back-feed", Int(after_print::kTearOffNoBackFeed)},
-                          {"PeelOff", "Peel off", Int(after_print::kPeelOff)},
-                          {"Cutter", "Cutter", Int(after_print::kCutter)}}});
+                         {{"TearOff", "Tear off", Int(AfterPrint::kTearOff)},
+                          {"TearOffNoBackfeed", "Tear off, no back-feed", Int(AfterPrint::kTearOffNoBackFeed)},
+                          {"PeelOff", "Peel off", Int(AfterPrint::kPeelOff)},
+                          {"Cutter", "Cutter", Int(AfterPrint::kCutter)}}});
     g.options.push_back(DensityOption());
     g.options.push_back(SpeedOption());
     g.options.push_back(HalftoneOption());
@@ -347,14 +347,14 @@ Group MediaGroup(const PpdModel& m)
     g.options.push_back({"StartOffsetValue", "Extra Length Before", "0mm", WholeMm({0, 1, 2, 3, 4, 5, 10})});
     g.options.push_back({"EndOffsetValue", "Extra Length After", "0mm", WholeMm({0, 1, 2, 3, 4, 5, 10})});
     g.options.push_back({"PrintMode", "Page Cropping", "Off",
-                         {{"Off", "Off (label size from the page)", Int(print_mode::kOff)},
-                          {"CropToContent", "Crop to the printed content", Int(print_mode::kCropToContent)}}});
+                         {{"Off", "Off (label size from the page)", Int(PrintMode::kLabelFromPage)},
+                          {"CropToContent", "Crop to the printed content", Int(PrintMode::kCropToContent)}}});
     g.options.push_back(OffOn("SavePaper", "Save Paper", "On (label length follows each page)"));
     g.options.push_back({"FixedHeight", "Per-Page Label Length", "FromContent",
-                         {{"FromContent", "From the content", Int(fixed_height::kFromContent)},
-                          SheetLength(fixed_height::kA4LengthMm, fixed_height::kA4),
-                          SheetLength(fixed_height::kA5LengthMm, fixed_height::kA5),
-                          SheetLength(fixed_height::kA6LengthMm, fixed_height::kA6)}});
+                         {{"FromContent", "From the content", Int(FixedHeight::kFromContent)},
+                          SheetLength(kA4LengthMm, FixedHeight::kA4),
+                          SheetLength(kA5LengthMm, FixedHeight::kA5),
+                          SheetLength(kA6LengthMm, FixedHeight::kA6)}});
     g.options.push_back(MaxWidthOption(m));
     return g;
 }
@@ -365,10 +365,10 @@ Group CutterGroup(const PpdModel& m)
 {
     Group g{"Cutter", "Cutter", {}};
     g.options.push_back({"CutMethod", "Cut", "EachLabel",
-                         {{"EachLabel", "After every label", Int(cut_method::kEachLabel)},
-                          {"EndOfJob", "At the end of the job", Int(cut_method::kEndOfJob)},
-                          {"EveryNPages", "Every N pages (Cut Interval)", Int(cut_method::kEveryInterval)},
-                          {"EachPage", "After all copies of each page", Int(cut_method::kEachPage)}}});
+                         {{"EachLabel", "After every label", Int(CutMethod::kEachLabel)},
+                          {"EndOfJob", "At the end of the job", Int(CutMethod::kEndOfJob)},
+                          {"EveryNPages", "Every N pages (Cut Interval)", Int(CutMethod::kEveryInterval)},
+                          {"EachPage", "After all copies of each page", Int(CutMethod::kEachPage)}}});
     UiOption interval{"interval", "Cut Interval (pages)", "1", {}};
     for (int n : {1, 2, 3, 4, 5, 10, 20, 25, 50, 100})
         interval.choices.push_back({Int(n), Int(n), Int(n)});
@@ -383,22 +383,22 @@ Group PositionGroup()
     static const std::vector<double> kShifts = {0, 0.5, 1, 1.5, 2, 2.5, 3, 4, 5, 6, 8, 10};
     Group g{"Position", "Image Position", {}};
     g.options.push_back({"horizontalOffset", "Horizontal Shift Direction", "Right",
-                         {{"Right", "Right", Int(shift_direction::kRightOrDown)},
-                          {"Left", "Left", Int(shift_direction::kLeftOrUp)}}});
+                         {{"Right", "Right", Int(ShiftDirection::kRightOrDown)},
+                          {"Left", "Left", Int(ShiftDirection::kLeftOrUp)}}});
     g.options.push_back({"HorizontalOffsetValue", "Horizontal Shift", "0mm", DecimalMm(kShifts)});
     g.options.push_back({"verticalOffset", "Vertical Shift Direction", "Down",
-                         {{"Down", "Down", Int(shift_direction::kRightOrDown)},
-                          {"Up", "Up", Int(shift_direction::kLeftOrUp)}}});
+                         {{"Down", "Down", Int(ShiftDirection::kRightOrDown)},
+                          {"Up", "Up", Int(ShiftDirection::kLeftOrUp)}}});
     g.options.push_back({"VerticalOffsetValue", "Vertical Shift", "0mm", DecimalMm(kShifts)});
     g.options.push_back({"Rotation", "Rotation", "None",
-                         {{"None", "None", Int(rotation::kNone)},
-                          {"Left90", "90 degrees counter-clockwise", Int(rotation::kLeft90)},
-                          {"Turn180", "180 degrees", Int(rotation::kTurn180)},
-                          {"Right90", "90 degrees clockwise", Int(rotation::kRight90)}}});
+                         {{"None", "None", Int(Rotation::kNoRotation)},
+                          {"Left90", "90 degrees counter-clockwise", Int(Rotation::kLeft90)},
+                          {"Turn180", "180 degrees", Int(Rotation::kTurn180)},
+                          {"Right90", "90 degrees clockwise", Int(Rotation::kRight90)}}});
     g.options.push_back({"AutoRotate", "Rotate Wide Pages", "Off",
-                         {{"Off", "Off", Int(auto_rotate::kOff)},
-                          {"CounterClockwise", "Counter-clockwise", Int(auto_rotate::kCounterClockwise)},
-                          {"Clockwise", "Clockwise", Int(auto_rotate::kClockwise)}}});
+                         {{"Off", "Off", Int(AutoRotate::kNoAutoRotation)},
+                          {"CounterClockwise", "Counter-clockwise", Int(AutoRotate::kCounterClockwise)},
+                          {"Clockwise", "Clockwise", Int(AutoRotate::kClockwise)}}});
     // Not "On": the spooler's PDF and image filters mirror the page
     // themselves when an option "mirror" is on, true or yes, and the two
     // mirrorings would cancel out.

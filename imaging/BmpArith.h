@@ -10,44 +10,44 @@
 
 namespace kvimg {
 
-// Truncates toward zero into a signed 32-bit integer. Values beyond the
+// Truncates toward zero into the signed integer type Int. Values beyond its
 // range saturate at its ends and NaN gives 0, the rule the white-balance
-// and levels operations rely on for infinite gains and scales.
-inline int32_t TruncToInt32(double v)
+// and levels operations rely on for infinite gains and scales. (The ends
+// as doubles: 2^31 - 1 exactly, 2^63 - 1 rounded up to 2^63, so a value
+// that would not fit saturates.)
+template <class Int>
+inline Int TruncSaturating(double v)
 {
     if (v != v) {
         return 0;
     }
-    if (v >= 2147483647.0) {
-        return std::numeric_limits<int32_t>::max();
+    if (v >= static_cast<double>(std::numeric_limits<Int>::max())) {
+        return std::numeric_limits<Int>::max();
     }
-    if (v <= -2147483648.0) {
-        return std::numeric_limits<int32_t>::min();
+    if (v <= static_cast<double>(std::numeric_limits<Int>::min())) {
+        return std::numeric_limits<Int>::min();
     }
-    return static_cast<int32_t>(v);
+    return static_cast<Int>(v);
 }
 
-// Float overload of TruncToInt32: same rule, evaluated without widening
-// the in-range value (the conversion of a float is exact either way).
+// Into a signed 32-bit integer.
+inline int32_t TruncToInt32(double v)
+{
+    return TruncSaturating<int32_t>(v);
+}
+
+// Float overload of TruncToInt32: same rule (the conversion of a float to
+// double is exact).
 inline int32_t TruncToInt32(float v)
 {
     return TruncToInt32(static_cast<double>(v));
 }
 
-// Truncates toward zero into a signed 64-bit integer with the same
-// saturation rule; used where a result is then narrowed to a few low bits.
+// Into a signed 64-bit integer; used where a result is then narrowed to a
+// few low bits.
 inline int64_t TruncToInt64(double v)
 {
-    if (v != v) {
-        return 0;
-    }
-    if (v >= 9223372036854775807.0) {
-        return std::numeric_limits<int64_t>::max();
-    }
-    if (v <= -9223372036854775808.0) {
-        return std::numeric_limits<int64_t>::min();
-    }
-    return static_cast<int64_t>(v);
+    return TruncSaturating<int64_t>(v);
 }
 
 // Clamps v to 0..255 and returns it as a byte.

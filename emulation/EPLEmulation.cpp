@@ -24,12 +24,10 @@ using namespace kvcodes;
 constexpr size_t kScratchLineSize = 256;
 
 // Cut/tear positions the printer's "f" command accepts, in dots.
-constexpr int kMinCutPosition = 70;
-constexpr int kMaxCutPosition = 130;
+constexpr int kMinCutPosition = 70, kMaxCutPosition = 130;
 
 // Opening block: 8 data bits and code page "E" (index 18 of the table).
-constexpr int kStartDocDataBits = 8;
-constexpr int kStartDocCodePage = 18;
+constexpr int kStartDocDataBits = 8, kStartDocCodePage = 18;
 
 // Page numbers count from 1; set-up commands go with the job's first page.
 constexpr int kFirstPage = 1;

@@ -22,14 +22,11 @@ constexpr float kMissingCodef = -1.0f;
 
 // Brightness and contrast codes run 0..200 around 100; the members hold
 // twice the distance from 100 (-200..+200).
-constexpr int64_t kLightCentre = 100;
-constexpr int64_t kLightScale = 2;
+constexpr int64_t kLightCentre = 100, kLightScale = 2;
 
 // Levels: codes below 100 darken towards a gamma of 9.99, codes above
 // lighten towards 0.01 (the member holds gamma x 100).
-constexpr int64_t kLevelsNeutral = 100;
-constexpr int64_t kLevelsDarkRange = 899;
-constexpr int64_t kLevelsLightRange = 99;
+constexpr int64_t kLevelsNeutral = 100, kLevelsDarkRange = 899, kLevelsLightRange = 99;
 
 // The option's integer choice code, or nothing when it has none.
 std::optional<int32_t> IntCode(const char* option, ppd_file_t* ppd)

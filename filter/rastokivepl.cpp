@@ -54,18 +54,14 @@ constexpr const char* kNoPagesText = "No pages were found.";
 
 // The spooler passes "job-id user title copies options", plus the raster
 // file when it does not come on standard input.
-constexpr int kArgsWithStdin = 6;
-constexpr int kArgsWithFile = 7;
+constexpr int kArgsWithStdin = 6, kArgsWithFile = 7;
 constexpr int kStdinFd = 0;
 constexpr unsigned kRasterOpenFailSleepSeconds = 1;
 
-constexpr int kExitOk = 0;
-constexpr int kExitFailure = 1;
+constexpr int kExitOk = 0, kExitFailure = 1;
 
 // LERFIDJobTask result that stops the job.
-constexpr int kRfidStopJob = 1;
-constexpr int kRfidNotRfidJob = 0;
-constexpr int kRfidDataSent = 2;
+constexpr int kRfidNotRfidJob = 0, kRfidStopJob = 1, kRfidDataSent = 2;
 constexpr int kTaskInfoTimeoutSeconds = 5;
 
 // What the page loop needs to know about the job.

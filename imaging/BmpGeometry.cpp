@@ -11,17 +11,14 @@
 namespace {
 
 // Rotation codes: a quarter turn, a half turn, a quarter turn the other way.
-constexpr short kQuarterTurn = 0;
-constexpr short kHalfTurn = 1;
-constexpr short kQuarterTurnBack = 2;
+constexpr short kQuarterTurn = 0, kHalfTurn = 1, kQuarterTurnBack = 2;
 
 // Pixels are grouped in bytes of eight when boxes are widened.
 constexpr int32_t kByteGroup = 8;
 
 // Byte-level ink thresholds of the blank-edge search: an 8-bit pixel below
 // 251 is ink; a 24-bit pixel is ink only when no byte exceeds 250.
-constexpr unsigned kInk8Below = 251;
-constexpr unsigned kInk24Max = 250;
+constexpr unsigned kInk8Below = 251, kInk24Max = 250;
 
 // Rounds v down to a multiple of 8.
 int32_t FloorToByteGroup(int32_t v)

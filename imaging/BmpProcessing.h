@@ -128,23 +128,26 @@ public:
     // ---- Interpolation kernels (InterpolationKernels.cpp) ----
     // Weight of a sample at signed distance x from the reconstructed point.
 
-    static float KernelLinear(float x);
-    static float KernelCubic(float x);
-    static float KernelGeneralizedCubic(float x, float a);
-    static float KernelLanczosSinc(float x, float r);
+    // Piecewise polynomials, and the cubic with its free parameter.
     static float KernelBox(float x);
-    static float KernelBSpline(float x);
-    static float KernelHermite(float x);
-    static float KernelHanning(float x);
-    static float KernelHamming(float x);
-    static float KernelSinc(float x);
-    static float KernelBlackman(float x);
-    static float KernelBessel(float x);
-    static float KernelGaussian(float x);
+    static float KernelLinear(float x);
     static float KernelQuadratic(float x);
+    static float KernelCubic(float x);
+    static float KernelHermite(float x);
+    static float KernelGeneralizedCubic(float x, float a);
+    // Smoothing and windowed kernels, and the power kernel.
+    static float KernelBSpline(float x);
     static float KernelMitchell(float x);
     static float KernelCatrom(float x);
+    static float KernelGaussian(float x);
+    static float KernelHanning(float x);
     static float KernelPower(float x, float a);
+    static float KernelHamming(float x);
+    static float KernelBlackman(float x);
+    static float KernelSinc(float x);
+    static float KernelLanczosSinc(float x, float r);
+    // The Bessel kernel and the pieces of its first-order function.
+    static float KernelBessel(float x);
     static float KernelBessel_Order1(float x);
     static float KernelBessel_J1(float x);
     static float KernelBessel_P1(float x);

@@ -22,10 +22,7 @@ extern const uint8_t kScreen40x40[kScreen40Size][kScreen40Size];
 // Method 7: 15 columns of levels 0..15 but only 14 rows, indexed
 // [y mod 15][x mod 15]; the row that y mod 15 = 14 would need does not
 // exist and row kScreen15MissingRowStandIn stands in for it.
-constexpr int kScreen15Cols = 15;
-constexpr int kScreen15Rows = 14;
-constexpr int kScreen15Period = 15;
-constexpr int kScreen15MissingRowStandIn = 0;
+constexpr int kScreen15Cols = 15, kScreen15Rows = 14, kScreen15Period = 15, kScreen15MissingRowStandIn = 0;
 extern const uint8_t kScreen14x15[kScreen15Rows][kScreen15Cols];
 
 // Method 8: 4 x 4 matrix of the levels 0..15, indexed [y mod 4][x mod 4].
@@ -35,8 +32,7 @@ extern const uint8_t kScreen4x4[kScreen4Size][kScreen4Size];
 // Method 9: 8 rows x 16 columns of the levels 1..128, indexed
 // [y mod 8][(x + shift) mod 16], the shift being 8 columns on every second
 // band of 8 rows.
-constexpr int kScreen8Rows = 8;
-constexpr int kScreen8Cols = 16;
+constexpr int kScreen8Rows = 8, kScreen8Cols = 16;
 extern const uint8_t kScreen8x16[kScreen8Rows][kScreen8Cols];
 
 // Method 10: entries of the computed table; only k = (x mod 4) + 4 (y mod 4)

@@ -15,17 +15,13 @@ constexpr int32_t kOutside = -999;
 
 // Neighbourhood sizes: 2 x 2 bilinear, 4 x 4 kernels, 12 x 12 Lanczos
 // (radius 6, so columns from 5 before to 6 after the base cell).
-constexpr int kKernelTaps = 4;
-constexpr int kLanczosTaps = 12;
-constexpr int kLanczosBefore = 5;
+constexpr int kKernelTaps = 4, kLanczosTaps = 12, kLanczosBefore = 5;
 constexpr float kLanczosRadius = 6.0f;
 // How far a base cell may lie outside the image before the outside rule
 // replaces the reconstruction (the neighbourhood then no longer reaches
 // the image): 2 before and 0 after for 4 x 4, 6 before and 4 after for
 // Lanczos.
-constexpr int32_t kKernelSlack = 2;
-constexpr int32_t kLanczosSlackBefore = 6;
-constexpr int32_t kLanczosSlackAfter = 4;
+constexpr int32_t kKernelSlack = 2, kLanczosSlackBefore = 6, kLanczosSlackAfter = 4;
 // Exponent of the power kernel.
 constexpr float kPowerExponent = 2.0f;
 // Shape parameter of the generalized cubic (the Catmull-Rom cubic).

@@ -11,24 +11,25 @@
 // invalid enum value.
 enum InterpolationMethod : int {
     InterpNearest = 1,
-    InterpBilinear = 2,
-    InterpBSpline = 3,
-    InterpBicubic = 4,
-    InterpGeneralizedCubic = 5,
-    InterpLanczos = 6,
-    InterpBox = 7,
-    InterpHermite = 8,
-    InterpHamming = 9,
-    InterpSinc = 10,
-    InterpBlackman = 11,
-    InterpBessel = 12,
-    InterpGaussian = 13,
-    InterpQuadratic = 14,
-    InterpMitchell = 15,
-    InterpCatrom = 16,
-    InterpHanning = 17,
-    InterpPower = 18
+    InterpBilinear,
+    InterpBSpline,
+    InterpBicubic,
+    InterpGeneralizedCubic,
+    InterpLanczos,
+    InterpBox,
+    InterpHermite,
+    InterpHamming,
+    InterpSinc,
+    InterpBlackman,
+    InterpBessel,
+    InterpGaussian,
+    InterpQuadratic,
+    InterpMitchell,
+    InterpCatrom,
+    InterpHanning,
+    InterpPower
 };
+static_assert(InterpPower == 18, "the methods are numbered 1 to 18");
 
 // What a read outside the image returns. Fixed to int, like the
 // interpolation choice, so that no int is an invalid value.

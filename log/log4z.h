@@ -12,16 +12,10 @@ using LoggerId = int;
 constexpr LoggerId LOG4Z_MAIN_LOGGER_ID = 0;
 constexpr LoggerId LOG4Z_INVALID_LOGGER_ID = -1;
 
-// Levels, lowest first; a logger drops every record below its own level.
-enum LogLevel : int32_t {
-    LOG_TRACE = 0,
-    LOG_DEBUG = 1,
-    LOG_INFO = 2,
-    LOG_WARN = 3,
-    LOG_ERROR = 4,
-    LOG_ALARM = 5,
-    LOG_FATAL = 6,
-};
+// Levels, lowest first, numbered from 0 (LOG_TRACE) to 6 (LOG_FATAL); a
+// logger drops every record below its own level.
+enum LogLevel : int32_t { LOG_TRACE, LOG_DEBUG, LOG_INFO, LOG_WARN, LOG_ERROR, LOG_ALARM, LOG_FATAL };
+static_assert(LOG_FATAL == 6, "the levels are numbered 0 to 6");
 
 // Room for the text of one record, prefix included.
 constexpr int kLogTextCapacity = 8192;

@@ -17,8 +17,8 @@
 namespace {
 
 constexpr uint16_t kBmpSignature = 0x4D42;  // "BM"
-constexpr uint32_t kFileHeaderSize = 14;
-constexpr uint32_t kInfoHeaderSize = 40;
+// The two headers before the palette.
+constexpr uint32_t kFileHeaderSize = 14, kInfoHeaderSize = 40;
 // 96 dots per inch, as pixels per metre.
 constexpr int32_t kPixelsPerMetre = 3780;
 constexpr mode_t kDumpUmask = 022;

@@ -24,12 +24,18 @@ namespace {
 using kvrender::MallocBuffer;
 using kvrender::WorkImage;
 
+// The debug dumps of the page as the pipeline gets it and as it sends it.
 constexpr const char* kBeginDump = "/tmp/EplBegin.bmp";
 constexpr const char* kOutputDump = "/tmp/EplOutput.bmp";
-constexpr int kAdaptiveMethod = 0;
-constexpr int kAdaptiveBlock = 64;
-constexpr int kAdaptiveBias = 0;
-constexpr float kAdaptiveWeight = 0.5f;
+
+// The adaptive threshold of halftone method 4: method 0, blocks of 64
+// pixels, no bias, each block's threshold weighed half against the page's.
+struct AdaptiveSettings {
+    int method, block, bias;
+    float weight;
+};
+constexpr AdaptiveSettings kAdaptive{0, 64, 0, 0.5f};
+
 constexpr int kGreyBits = 8;
 constexpr unsigned char kWhite = 255;
 
@@ -376,7 +382,7 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
         unsigned char* out = nullptr;
         int outSize = 0;
         if (AdaptiveThreshold(work.buffer.get(), work.w, work.h, static_cast<int>(work.stride), &out, &outSize,
-                              invert, kAdaptiveMethod, kAdaptiveBlock, kAdaptiveBias, kAdaptiveWeight) != 1) {
+                              invert, kAdaptive.method, kAdaptive.block, kAdaptive.bias, kAdaptive.weight) != 1) {
             return;
         }
         MallocBuffer result(out);

@@ -6,8 +6,9 @@
 # benchmarks. cups-daemon and cups-client give the installation tests their
 # private scheduler (cupsd) and its clients (lp, lpadmin, lpinfo, lpstat,
 # cupstestppd). clang and libclang-rt-dev build the fuzzers (libFuzzer and
-# the sanitizer runtimes for clang). barcode, qrencode and zbar-tools make
-# and scan the labels of the barcode readability suite.
+# the sanitizer runtimes for clang); clang-format checks the code's format.
+# barcode, qrencode and zbar-tools make and scan the labels of the barcode
+# readability suite.
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
@@ -18,5 +19,5 @@ apt-get install -y -qq --no-install-recommends \
     cups cups-filters ghostscript poppler-utils file \
     cups-daemon cups-client \
     libbenchmark-dev \
-    clang libclang-rt-dev \
+    clang libclang-rt-dev clang-format \
     barcode qrencode zbar-tools >/dev/null

@@ -253,7 +253,8 @@ TEST_F(LogManager, DamagedLengthIsClampedIntoTheRecord) {
 
 TEST_F(LogManager, LogFormatWritesMessageAtTheCallersLine) {
     ASSERT_TRUE(mgr.start());
-    int line = __LINE__; LOG_FORMAT_ON(&mgr, 0, LOG_INFO, "value %d of %s", 42, "forty-two");
+    const int line = __LINE__ + 1;  // the logging call's line
+    LOG_FORMAT_ON(&mgr, 0, LOG_INFO, "value %d of %s", 42, "forty-two");
     ParsedLine parsed = parseLine(splitLines(ReadFile(mainLog())).back());
     EXPECT_EQ("LOG_INFO", parsed.level);
     EXPECT_EQ(testThreadId(), parsed.threadId);
@@ -795,7 +796,8 @@ TEST(LogInstance, LogfmtdWritesADebugLineOnTheMainLogger) {
     instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
     instance->setLoggerName(LOG4Z_MAIN_LOGGER_ID, "kvepl");
     ASSERT_TRUE(instance->start());
-    int line = __LINE__; LOGFMTD("job %d of %s", 3, "user");
+    const int line = __LINE__ + 1;  // the logging call's line
+    LOGFMTD("job %d of %s", 3, "user");
     instance->stop();
     ParsedLine parsed = parseLine(splitLines(ReadFile(dir.File("kvepl.log"))).back());
     EXPECT_EQ("LOG_DEBUG", parsed.level);

@@ -82,15 +82,39 @@ const char* const kPpdHeader =
 std::map<std::string, std::string> OptionCodes(int method)
 {
     return {
-        {"Mirror", "0"},        {"Rotation", "0"},      {"NegativeFilm", "0"},  {"Density", "10"},
-        {"HorizontalOffset", "0"}, {"HorizontalOffsetValue", "0"}, {"VerticalOffset", "0"},
-        {"VerticalOffsetValue", "0"}, {"Brightness", "100"}, {"Contrast", "100"}, {"Levels", "100"},
-        {"Halftone", std::to_string(method)}, {"PrintMethod", "0"}, {"MediaType", "1"}, {"GAPOffset", "0"},
-        {"GAPHeight", "3"},     {"Mode", "0"},          {"CutMethod", "0"},     {"Interval", "1"},
-        {"Feed", "100"},        {"MaxOutputWidth", "104"}, {"IsToDashed", "0"}, {"MinLength", "5"},
-        {"IntervalBlack", "1"}, {"IntervalWhite", "1"}, {"SavePaper", "0"},     {"PrintMode", "0"},
-        {"PrintSpeed", "4"},    {"FixedHeight", "0"},   {"AutoRotate", "0"},    {"StartOffsetValue", "0"},
-        {"EndOffsetValue", "0"}, {"DriverLog", "0"},
+        {"Mirror", "0"},
+        {"Rotation", "0"},
+        {"NegativeFilm", "0"},
+        {"Density", "10"},
+        {"HorizontalOffset", "0"},
+        {"HorizontalOffsetValue", "0"},
+        {"VerticalOffset", "0"},
+        {"VerticalOffsetValue", "0"},
+        {"Brightness", "100"},
+        {"Contrast", "100"},
+        {"Levels", "100"},
+        {"Halftone", std::to_string(method)},
+        {"PrintMethod", "0"},
+        {"MediaType", "1"},
+        {"GAPOffset", "0"},
+        {"GAPHeight", "3"},
+        {"Mode", "0"},
+        {"CutMethod", "0"},
+        {"Interval", "1"},
+        {"Feed", "100"},
+        {"MaxOutputWidth", "104"},
+        {"IsToDashed", "0"},
+        {"MinLength", "5"},
+        {"IntervalBlack", "1"},
+        {"IntervalWhite", "1"},
+        {"SavePaper", "0"},
+        {"PrintMode", "0"},
+        {"PrintSpeed", "4"},
+        {"FixedHeight", "0"},
+        {"AutoRotate", "0"},
+        {"StartOffsetValue", "0"},
+        {"EndOffsetValue", "0"},
+        {"DriverLog", "0"},
     };
 }
 
@@ -99,8 +123,8 @@ void WritePpd(const std::string& path, int method)
     std::ofstream out(path);
     out << kPpdHeader << "*OutputDPI: \"" << kOutputDpi << "\"\n";
     for (const auto& [keyword, code] : OptionCodes(method)) {
-        out << "*OpenUI *" << keyword << "/" << keyword << ": PickOne\n*Default" << keyword << ": Only\n*"
-            << keyword << " Only/Only: \"" << code << "\"\n*CloseUI: *" << keyword << "\n";
+        out << "*OpenUI *" << keyword << "/" << keyword << ": PickOne\n*Default" << keyword << ": Only\n*" << keyword
+            << " Only/Only: \"" << code << "\"\n*CloseUI: *" << keyword << "\n";
     }
 }
 
@@ -139,9 +163,9 @@ void WriteRaster(const std::string& path, uint32_t dpi, int pages)
 }
 
 struct Run {
-    double ms = 0;       // wall-clock time of the whole process
-    double cpuMs = 0;    // its user and system time
-    long maxRssKb = 0;   // its peak resident set
+    double ms = 0;      // wall-clock time of the whole process
+    double cpuMs = 0;   // its user and system time
+    long maxRssKb = 0;  // its peak resident set
 };
 
 // Milliseconds of a rusage time.
@@ -182,7 +206,7 @@ Run RunOnce(const std::vector<std::string>& argv, const std::string& ppd)
     if (pid < 0)
         throw std::runtime_error("fork failed");
     int status = 0;
-    struct rusage usage{};
+    struct rusage usage {};
     wait4(pid, &status, 0, &usage);
     const auto end = std::chrono::steady_clock::now();
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
@@ -281,7 +305,8 @@ std::string SampleEpl2Ppd(const std::string& dir)
     if (!RunToFile({"ppdc", "-d", dir, std::string(KV_CUPS_DATADIR) + "/drv/sample.drv"}, listing))
         return "";
     const std::string find = dir + "/sample.name";
-    const std::string command = "grep -l 'EPL2 Label Printer\"' '" + dir + "'/*.ppd | xargs grep -l 'rastertolabel\"' | head -1 > '" + find + "'";
+    const std::string command = "grep -l 'EPL2 Label Printer\"' '" + dir +
+                                "'/*.ppd | xargs grep -l 'rastertolabel\"' | head -1 > '" + find + "'";
     if (system(command.c_str()) != 0)
         return "";
     std::ifstream in(find);
@@ -341,9 +366,9 @@ bool CompareOneLabelJobs(const std::string& dir, int repeats)
         const int runs = repeats * kOneLabelRepeatFactor;
         const Run ours =
             Measure({KV_FILTER_BINARY, "1", "bench", "label", "1", "Resolution=203dpi", rgb}, shipped, runs);
-        const Run theirs = Measure({std::string(KV_CUPS_SERVERBIN) + "/filter/rastertolabel", "1", "bench", "label",
-                                    "1", "", bits},
-                                   sample, runs);
+        const Run theirs =
+            Measure({std::string(KV_CUPS_SERVERBIN) + "/filter/rastertolabel", "1", "bench", "label", "1", "", bits},
+                    sample, runs);
         printf("one-label job, %s, wall ms (cpu): rastertokivcp %.1f (%.1f) on 24-bit raster, rastertolabel %.1f "
                "(%.1f) on 1-bit raster\n",
                where, ours.ms, ours.cpuMs, theirs.ms, theirs.cpuMs);
@@ -398,8 +423,8 @@ int main(int argc, char* argv[])
     printf("Times are milliseconds per page, wall clock (cpu: user + system); the ratio is of the cpu\n"
            "times, which other load on the machine does not inflate. Memory is the peak resident set;\n"
            "extra is the filter's peak above the reader's, in raster pages of the job's resolution.\n\n");
-    printf("%-9s %-4s %-8s %19s %17s %6s %9s %9s %7s\n", "label", "dpi", "halftone", "filter ms (cpu)",
-           "read ms (cpu)", "ratio", "filter MB", "read MB", "extra");
+    printf("%-9s %-4s %-8s %19s %17s %6s %9s %9s %7s\n", "label", "dpi", "halftone", "filter ms (cpu)", "read ms (cpu)",
+           "ratio", "filter MB", "read MB", "extra");
     bool met = true;
     MethodTimes methods;
     struct Row {
@@ -440,8 +465,8 @@ int main(int argc, char* argv[])
     }
     for (const auto& [method, ms] : methods)
         if (method != kFirstMethod)
-            met &= Target("halftone " + std::to_string(method) + " cpu / halftone 1's, synthetic label", ms / methods[1],
-                          kMethodTarget);
+            met &= Target("halftone " + std::to_string(method) + " cpu / halftone 1's, synthetic label",
+                          ms / methods[1], kMethodTarget);
     printf("\n");
     met &= CompareOneLabelJobs(dir.path, repeats);
     printf("\n%s\n", met ? "every target met" : "targets MISSED");

@@ -40,8 +40,8 @@ std::vector<uint8_t> LabelPage(uint32_t w, uint32_t h)
         for (uint32_t x = 0; x < w; ++x) {
             const bool frame = x < w / 40 || x > w - w / 40 || y < h / 60 || y > h - h / 60;
             const bool text = (y / 24) % 3 == 1 && y < h / 2 && (x / 9) % 4 != 3 && x > w / 10 && x < w * 9 / 10;
-            const bool barcode = y > h * 6 / 10 && y < h * 8 / 10 && x > w / 8 && x < w * 7 / 8 &&
-                                 ((x * 7919u) / 13u) % 3 == 0;
+            const bool barcode =
+                y > h * 6 / 10 && y < h * 8 / 10 && x > w / 8 && x < w * 7 / 8 && ((x * 7919u) / 13u) % 3 == 0;
             const bool logo = y > h * 85 / 100 && y < h * 95 / 100 && x > w / 10 && x < w * 4 / 10;
             if (text || barcode) {
                 set(x, y, 0, 0, 0);
@@ -50,7 +50,7 @@ std::vector<uint8_t> LabelPage(uint32_t w, uint32_t h)
             } else if (frame) {
                 set(x, y, 200, 200, 200);
             } else if ((x + y) % 97 == 0) {
-                set(x, y, 252, 251, 253);   // paper noise, near-white
+                set(x, y, 252, 251, 253);  // paper noise, near-white
             }
         }
     }
@@ -65,8 +65,8 @@ void BM_InvoicResampleImg2(benchmark::State& state)
     unsigned char* out = dst.data();
     CBmpProcessing p;
     for (auto _ : state) {
-        p.InvoicResampleImg2(kSrcWidth, kSrcHeight, kBits, Stride(kSrcWidth), src.data(), kDstWidth,
-                             kDstHeight, kBits, &out, size, tagColorCFG{0, 0, 0}, 0, tagRECT{});
+        p.InvoicResampleImg2(kSrcWidth, kSrcHeight, kBits, Stride(kSrcWidth), src.data(), kDstWidth, kDstHeight, kBits,
+                             &out, size, tagColorCFG{0, 0, 0}, 0, tagRECT{});
         benchmark::DoNotOptimize(dst.data());
     }
     state.SetItemsProcessed(state.iterations() * kDstWidth * kDstHeight);
@@ -81,9 +81,9 @@ void BM_InvoicQIShrinkImg2(benchmark::State& state)
     unsigned char* out = dst.data();
     CBmpProcessing p;
     for (auto _ : state) {
-        p.InvoicQIShrinkImg2(kSrcWidth, kSrcHeight, kBits, Stride(kSrcWidth), src.data(), nullptr,
-                             kDstWidth, kDstHeight, kBits, &out, nullptr, size, tagColorCFG{0, 0, 0}, 0,
-                             tagColorCFG{0, 0, 0}, 0, tagRECT{0, 0, 0, 0});
+        p.InvoicQIShrinkImg2(kSrcWidth, kSrcHeight, kBits, Stride(kSrcWidth), src.data(), nullptr, kDstWidth,
+                             kDstHeight, kBits, &out, nullptr, size, tagColorCFG{0, 0, 0}, 0, tagColorCFG{0, 0, 0}, 0,
+                             tagRECT{0, 0, 0, 0});
         benchmark::DoNotOptimize(dst.data());
     }
     state.SetItemsProcessed(state.iterations() * kSrcWidth * kSrcHeight);
@@ -105,9 +105,9 @@ void Convert(benchmark::State& state, uint32_t w, uint32_t h)
         tagRECT rect{};
         unsigned char* out = nullptr;
         unsigned int cap = 0;
-        p.CoverBMP2OutputFormat(src.data(), static_cast<unsigned int>(src.size()), &out, &cap, &header,
-                                &rect, kKeepOrientation, 0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255},
-                                false, 10, 10, kMaxWidth, 1);
+        p.CoverBMP2OutputFormat(src.data(), static_cast<unsigned int>(src.size()), &out, &cap, &header, &rect,
+                                kKeepOrientation, 0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 10, 10, kMaxWidth,
+                                1);
         benchmark::DoNotOptimize(out);
         std::free(out);
     }
@@ -126,4 +126,4 @@ void BM_CoverBMP2OutputFormat_300dpi(benchmark::State& state)
 }
 BENCHMARK(BM_CoverBMP2OutputFormat_300dpi)->Unit(benchmark::kMillisecond);
 
-} // namespace
+}  // namespace

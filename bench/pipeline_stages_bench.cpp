@@ -72,9 +72,9 @@ std::vector<uint8_t> Scale(const std::vector<uint8_t>& page, uint32_t dpi, uint3
     std::vector<uint8_t> out(static_cast<size_t>(BmpRowStride(kColourBits, dw)) * dh, 0);
     unsigned char* dst = out.data();
     CBmpProcessing bmp;
-    bmp.InvoicQIShrinkImg2(w, h, kColourBits, static_cast<uint32_t>(BmpRowStride(kColourBits, w)), page.data(),
-                           nullptr, dw, dh, kColourBits, &dst, nullptr, static_cast<uint32_t>(out.size()),
-                           tagColorCFG{}, 0, tagColorCFG{}, 0, tagRECT{});
+    bmp.InvoicQIShrinkImg2(w, h, kColourBits, static_cast<uint32_t>(BmpRowStride(kColourBits, w)), page.data(), nullptr,
+                           dw, dh, kColourBits, &dst, nullptr, static_cast<uint32_t>(out.size()), tagColorCFG{}, 0,
+                           tagColorCFG{}, 0, tagRECT{});
     w = dw;
     h = dh;
     return out;
@@ -103,8 +103,8 @@ GreyPage Convert(const std::vector<uint8_t>& page, uint32_t w, uint32_t h, uint3
     GreyPage grey;
     unsigned char* out = nullptr;
     unsigned int capacity = 0;
-    bmp.CoverBMP2OutputFormat(page.data(), static_cast<unsigned>(page.size()), &out, &capacity, &header,
-                              &grey.rect, kUpright, 0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0,
+    bmp.CoverBMP2OutputFormat(page.data(), static_cast<unsigned>(page.size()), &out, &capacity, &header, &grey.rect,
+                              kUpright, 0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0,
                               kvunits::MmToDots(kConversionCapMm, rasterDpi), kCropWhite);
     // Print mode 0 keeps one column and one row less than the box.
     grey.w = grey.rect.right - grey.rect.left;
@@ -157,7 +157,7 @@ struct OpenRaster {
     cups_raster_t* ras;
     cups_page_header2_t header{};
     explicit OpenRaster(const std::string& path)
-        : fd(open(path.c_str(), O_RDONLY)), ras(cupsRasterOpen(fd, CUPS_RASTER_READ))
+            : fd(open(path.c_str(), O_RDONLY)), ras(cupsRasterOpen(fd, CUPS_RASTER_READ))
     {
         cupsRasterReadHeader2(ras, &header);
     }

@@ -82,8 +82,7 @@ bool IsMultipleOf(int page, int interval)
 }  // namespace
 
 const char CEPLEmulation::m_lpCodePageString[kCodePageCount][3] = {
-    "0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13",
-    "A", "B", "C", "D", "E", "F"};
+    "0", "1", "2", "3", "4", "5", "6", "7", "8", "9", "10", "11", "12", "13", "A", "B", "C", "D", "E", "F"};
 
 CEPLEmulation::CEPLEmulation() : m_bStartDocBuilt(false)
 {
@@ -215,8 +214,7 @@ int32_t CEPLEmulation::SetCutPositionCMD(int pos)
 
 // The bytes per row come from the data size, never from `width`, so the
 // header always matches the rows that follow. The data is sent raw.
-int32_t CEPLEmulation::DirectGraphicWriteCMD(int x, int y, int /*width*/, int height, char* data,
-                                             long size)
+int32_t CEPLEmulation::DirectGraphicWriteCMD(int x, int y, int /*width*/, int height, char* data, long size)
 {
     if (!data || size < 0)
         return 0;
@@ -261,8 +259,7 @@ int32_t CEPLEmulation::GetStartDocCMD(tagOEMCFG* cfg, char* out, long outSize, l
             *outLen = 0;
         return 0;
     }
-    const bool cached =
-        m_bStartDocBuilt && std::memcmp(&m_savedCfg, cfg, sizeof(tagOEMCFG)) == 0;
+    const bool cached = m_bStartDocBuilt && std::memcmp(&m_savedCfg, cfg, sizeof(tagOEMCFG)) == 0;
     if (!cached) {
         m_savedCfg = *cfg;
         ClearCmdBuf();
@@ -309,17 +306,16 @@ void CEPLEmulation::AppendStartDocLabelSize()
     const int extra = MmToDots(cfg.dwStartOffsetValue + cfg.dwEndOffsetValue, cfg.sOutputYDPI);
     const LabelGap gap = GapFromConfig(cfg);
     SetLabelWidthCMD(TenthsToDots(static_cast<double>(cfg.dwLabelWidth), cfg.sOutputXDPI));
-    const int64_t length = static_cast<int64_t>(extra) +
-                           TenthsToDots(static_cast<double>(cfg.dwLabelLength), cfg.sOutputYDPI);
+    const int64_t length =
+        static_cast<int64_t>(extra) + TenthsToDots(static_cast<double>(cfg.dwLabelLength), cfg.sOutputYDPI);
     SetLabelLenghtCMD(ClampToInt(length), gap.gap, gap.offset, gap.blackMark);
 }
 
 // Building and handing over are two calls: a call with an output block while
 // commands are kept only hands them over, whatever its other arguments. The
 // caller's record gets the updated counter only when the commands leave.
-int32_t CEPLEmulation::TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x,
-                                            int /*reserved*/, int width, int height, char* out,
-                                            long outSize, long* outLen, bool lastPage)
+int32_t CEPLEmulation::TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x, int /*reserved*/, int width,
+                                            int height, char* out, long outSize, long* outLen, bool lastPage)
 {
     if (!cfg)
         return 0;
@@ -363,8 +359,7 @@ int32_t CEPLEmulation::HandOverPage(tagOEMCFG* cfg, char* out, long outSize, lon
 // horizontal offset (leftward when sHrzDir is set), along by the end offset
 // plus the vertical offset (minus it when sVtcDir is set). A position that
 // would fall before the label's edge is sent as 0.
-CEPLEmulation::PageGraphic CEPLEmulation::PlaceGraphic(char* bitmap, long size, int x, int width,
-                                                       int height) const
+CEPLEmulation::PageGraphic CEPLEmulation::PlaceGraphic(char* bitmap, long size, int x, int width, int height) const
 {
     const tagOEMCFG& c = m_savedCfg;
     int64_t shiftX = TenthsToDots(static_cast<double>(c.sHrzOffset), c.sOutputXDPI);
@@ -422,11 +417,9 @@ void CEPLEmulation::AppendCornerDot(int height)
 {
     const tagOEMCFG& c = m_savedCfg;
     const int x = TenthsToDots(static_cast<double>(c.dwLabelWidth), c.sOutputXDPI);
-    const int64_t offsets =
-        MmToDots(c.dwStartOffsetValue + c.dwEndOffsetValue, c.sOutputYDPI);
+    const int64_t offsets = MmToDots(c.dwStartOffsetValue + c.dwEndOffsetValue, c.sOutputYDPI);
     const int64_t length =
-        c.sPaperMode != 0 ? height
-                          : TenthsToDots(static_cast<double>(c.dwLabelLength), c.sOutputYDPI);
+        c.sPaperMode != 0 ? height : TenthsToDots(static_cast<double>(c.dwLabelLength), c.sOutputYDPI);
     DrawLine(x, ClampToInt(offsets + length), kCornerDotSize, kCornerDotSize);
 }
 
@@ -535,8 +528,7 @@ void CEPLEmulation::AppendCutAfterCopies(const PageGraphic& page, _HWOPT& opt)
 // other pages print the remaining copies uncut. The options line goes with
 // every round, the back-feed and cut position with every round of page 1.
 // Returns the copies printed in this round.
-int CEPLEmulation::AppendCutIntervalRound(const PageGraphic& page, _HWOPT& opt, int remaining,
-                                          bool lastPage)
+int CEPLEmulation::AppendCutIntervalRound(const PageGraphic& page, _HWOPT& opt, int remaining, bool lastPage)
 {
     const int pageNum = m_savedCfg.sPageNum;
     if (IsMultipleOf(pageNum, m_savedCfg.sIntervalValue)) {

@@ -97,18 +97,17 @@ public:
     // when copied, after writing the updated configuration back into `*cfg`;
     // 0 otherwise, with the needed length in `*outLen` when commands exist.
     // `reserved` is not used.
-    int32_t TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x, int reserved,
-                                 int width, int height, char* out, long outSize, long* outLen,
-                                 bool lastPage);
+    int32_t TransferPageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x, int reserved, int width, int height,
+                                 char* out, long outSize, long* outLen, bool lastPage);
 
 private:
     // The page bitmap and where it goes, as the graphic block sends it.
     struct PageGraphic {
-        int x;          // dots, after the configured shift, never negative
-        int y;          // dots, after the configured shift, never negative
-        int width;      // page width in dots
-        int height;     // rows
-        char* bitmap;   // packed rows, `size` bytes
+        int x;         // dots, after the configured shift, never negative
+        int y;         // dots, after the configured shift, never negative
+        int width;     // page width in dots
+        int height;    // rows
+        char* bitmap;  // packed rows, `size` bytes
         long size;
     };
 
@@ -131,12 +130,11 @@ private:
     void AppendCutEveryLabel(const PageGraphic& page, _HWOPT& opt);
     void AppendCutAtJobEnd(const PageGraphic& page, _HWOPT& opt, bool lastPage);
     void AppendCutAfterCopies(const PageGraphic& page, _HWOPT& opt);
-    int AppendCutIntervalRound(const PageGraphic& page, _HWOPT& opt, int remaining,
-                               bool lastPage);
+    int AppendCutIntervalRound(const PageGraphic& page, _HWOPT& opt, int remaining, bool lastPage);
 
-    std::vector<char> m_cmdBuf;   // command bytes; its size is the reported length
-    bool m_bStartDocBuilt;        // GetStartDocCMD has built its block
-    tagOEMCFG m_savedCfg;         // configuration the buffer was last built from
+    std::vector<char> m_cmdBuf;  // command bytes; its size is the reported length
+    bool m_bStartDocBuilt;       // GetStartDocCMD has built its block
+    tagOEMCFG m_savedCfg;        // configuration the buffer was last built from
 };
 
 #endif

@@ -10,12 +10,11 @@ int32_t CLBPTREmulation::GetStartDocCMD(tagOEMCFG* cfg, char* out, long outSize,
     return CEPLEmulation::GetStartDocCMD(cfg, out, outSize, outLen);
 }
 
-int32_t CLBPTREmulation::TransferImageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x,
-                                               int reserved, int width, int height, char* out,
-                                               long outSize, long* outLen, bool lastPage)
+int32_t CLBPTREmulation::TransferImageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x, int reserved, int width,
+                                               int height, char* out, long outSize, long* outLen, bool lastPage)
 {
     if (!cfg)
         return 0;
-    return CEPLEmulation::TransferPageData2CMD(cfg, bitmap, size, x, reserved, width, height,
-                                               out, outSize, outLen, lastPage);
+    return CEPLEmulation::TransferPageData2CMD(cfg, bitmap, size, x, reserved, width, height, out, outSize, outLen,
+                                               lastPage);
 }

@@ -18,9 +18,8 @@ public:
 
     // Returns 0 at once for a null configuration; otherwise the result of
     // CEPLEmulation::TransferPageData2CMD with the same arguments.
-    int32_t TransferImageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x, int reserved,
-                                  int width, int height, char* out, long outSize, long* outLen,
-                                  bool lastPage);
+    int32_t TransferImageData2CMD(tagOEMCFG* cfg, char* bitmap, long size, int x, int reserved, int width, int height,
+                                  char* out, long outSize, long* outLen, bool lastPage);
 };
 
 #endif

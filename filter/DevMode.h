@@ -77,14 +77,14 @@ struct GDIINFO {
 // Page-device state. The job loop owns pBufStart, dwBufSize and
 // dwCurPageNum; the renderer keeps its per-page state in the other members.
 struct _OEMPDEV {
-    unsigned char* pBufStart;  // held page buffer (malloc), null when none
-    uint32_t dwBufSize;        // its size in bytes
+    unsigned char* pBufStart;          // held page buffer (malloc), null when none
+    uint32_t dwBufSize;                // its size in bytes
     tagBITMAPINFOHEADER bmInfoHeader;  // header of the held page bitmap
-    GDIINFO srcGdiInfo;        // source device geometry (first page)
-    uint32_t dwCurPageNum;     // page held in pBufStart; 0 before the first
-    int16_t sCurCopies;        // copies of the current page
-    uint32_t dwPagePrinted;    // pages already printed
-    int32_t nMirrorRefWidth;   // reference width for mirrored packing; never set, so 0
+    GDIINFO srcGdiInfo;                // source device geometry (first page)
+    uint32_t dwCurPageNum;             // page held in pBufStart; 0 before the first
+    int16_t sCurCopies;                // copies of the current page
+    uint32_t dwPagePrinted;            // pages already printed
+    int32_t nMirrorRefWidth;           // reference width for mirrored packing; never set, so 0
 };
 
 #pragma pack(pop)

@@ -32,8 +32,7 @@ int _cups_isspace(int ch);
 // (see GetPpdKeywordLastError). The text lives in a process-wide pool that
 // shares identical strings; the caller never frees it. The filter never
 // changes the conformance, so the default relaxed mode is the one in use.
-const char* GetPpdKeywordValue(const char* keyword,
-                               ppd_conform_t conformance = PPD_CONFORM_RELAXED);
+const char* GetPpdKeywordValue(const char* keyword, ppd_conform_t conformance = PPD_CONFORM_RELAXED);
 
 // Returns the status of this thread's last GetPpdKeywordValue call (PPD_OK
 // unless a syntax rule failed; ppd_status_t numbers, so ppdErrorString
@@ -43,17 +42,17 @@ ppd_status_t GetPpdKeywordLastError(int* line);
 
 // What one logical PPD line means to a keyword search.
 enum class PpdLineKind {
-  kSkip,   // no value for the keyword here: read on
-  kMatch,  // the keyword's value: `value` holds it
-  kStop,   // "*%APLWORKSET START": the search ends without a value
-  kFail    // a syntax rule is broken: `status` holds which
+    kSkip,   // no value for the keyword here: read on
+    kMatch,  // the keyword's value: `value` holds it
+    kStop,   // "*%APLWORKSET START": the search ends without a value
+    kFail    // a syntax rule is broken: `status` holds which
 };
 
 // Outcome of parsing one logical line.
 struct PpdLineResult {
-  PpdLineKind kind = PpdLineKind::kSkip;
-  ppd_status_t status = PPD_OK;
-  std::string value;
+    PpdLineKind kind = PpdLineKind::kSkip;
+    ppd_status_t status = PPD_OK;
+    std::string value;
 };
 
 // Parses one logical line (as the reader of GetPpdKeywordValue delivers it,

@@ -9,9 +9,9 @@
 #include <optional>
 
 #include "GetPpdSelfOption.h"
+#include "OptionCodes.h"
 #include "PageLimits.h"
 #include "RasterHeaderFields.h"
-#include "OptionCodes.h"
 #include "log4z.h"
 
 namespace {

@@ -72,8 +72,7 @@ DpiRange RasterDpiRange(int outputDpi)
 {
     if (outputDpi == 0)
         return {kMinRasterDpi, INT16_MAX};
-    return {std::max(kMinRasterDpi, (outputDpi + kMaxScaleFactor - 1) / kMaxScaleFactor),
-            outputDpi * kMaxScaleFactor};
+    return {std::max(kMinRasterDpi, (outputDpi + kMaxScaleFactor - 1) / kMaxScaleFactor), outputDpi * kMaxScaleFactor};
 }
 
 std::string ResolutionProblem(int rasterX, int rasterY, int outputDpi)
@@ -112,8 +111,8 @@ std::string LabelSizeProblem(PrinterPage page, int outputDpi)
         page.height <= kvunits::MmToDots(kMaxLabelLengthMm, outputDpi))
         return "";
     return Format("at %d dpi it is %.1f x %.1f mm, larger than the largest label (%.0f mm across, %d mm along)",
-                  outputDpi, page.width / outputDpi * kvunits::kMmPerInch, page.height / outputDpi * kvunits::kMmPerInch,
-                  kMaxLabelWidthMm, kMaxLabelLengthMm);
+                  outputDpi, page.width / outputDpi * kvunits::kMmPerInch,
+                  page.height / outputDpi * kvunits::kMmPerInch, kMaxLabelWidthMm, kMaxLabelLengthMm);
 }
 
 std::string RasterBytesProblem(const cups_page_header2_t& h)
@@ -149,8 +148,7 @@ std::string OutputDpiProblem(int outputDpi)
 {
     if (outputDpi >= 0 && outputDpi <= kMaxOutputDpi)
         return "";
-    return Format("The PPD file's *OutputDPI %d is not a printer resolution (1 to %d dpi)", outputDpi,
-                  kMaxOutputDpi);
+    return Format("The PPD file's *OutputDPI %d is not a printer resolution (1 to %d dpi)", outputDpi, kMaxOutputDpi);
 }
 
 std::string PageLimitProblem(const cups_page_header2_t& header, int outputDpi)

@@ -123,7 +123,8 @@ void AttachRecords(CEPLRender& render)
 bool SwapInRenderer(const cups_page_header2_t& header, const PageGeometry& first)
 {
     constexpr unsigned kRgbBits = 24;
-    const bool plainRgb = header.cupsBitsPerPixel == kRgbBits && uint64_t{header.cupsBytesPerLine} == 3ull * header.cupsWidth;
+    const bool plainRgb =
+        header.cupsBitsPerPixel == kRgbBits && uint64_t{header.cupsBytesPerLine} == 3ull * header.cupsWidth;
     return plainRgb && PageGeometry::Of(header) == first;
 }
 
@@ -226,7 +227,8 @@ LoopResult RunPageLoop(const JobContext& job)
             SetUpJob(job.ppd, &header);
         }
         WarnOfOtherGeometry(first, header, page);
-        LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum), LogPointer32(g_oemPDEV.pBufStart));
+        LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum),
+                LogPointer32(g_oemPDEV.pBufStart));
         if (!FlushHeldPage(job.logOn))
             break;
         g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);

@@ -54,8 +54,7 @@ void SwapRedBlue(unsigned char* line, uint64_t lineBytes, uint64_t width);
 // buffer cannot be had. Red and blue are swapped as each row arrives unless
 // `swap` is false; then the page waits in raster order, and what the swap
 // needs is in the held page's deferred swap (see CEPLRender).
-bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev,
-                            bool swap = true);
+bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev, bool swap = true);
 
 // Releases the held page buffer, if any.
 void ReleaseHeldPage(_OEMPDEV* pdev);

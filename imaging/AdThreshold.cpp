@@ -24,9 +24,9 @@ using kvimg::kNoThreshold;
 
 constexpr int kWhite = 255;
 constexpr int kBlack = 0;
-constexpr int kMinBlockSize = 8;        // smaller blocks are raised to this
-constexpr int64_t kRowAlign = 4;        // rows of the grid and the map are padded to 4 bytes
-constexpr int kGreyBits = 8;            // bits per pixel of the output rows
+constexpr int kMinBlockSize = 8;  // smaller blocks are raised to this
+constexpr int64_t kRowAlign = 4;  // rows of the grid and the map are padded to 4 bytes
+constexpr int kGreyBits = 8;      // bits per pixel of the output rows
 
 using CBuffer = kvimg::MallocBuffer;
 
@@ -47,8 +47,7 @@ int32_t SaturateInt32(int64_t v)
 // first column is x and first row is y.
 tagRECT BlockRect(int64_t x, int64_t y, int64_t size)
 {
-    return tagRECT{SaturateInt32(x), SaturateInt32(y + size), SaturateInt32(x + size),
-                   SaturateInt32(y)};
+    return tagRECT{SaturateInt32(x), SaturateInt32(y + size), SaturateInt32(x + size), SaturateInt32(y)};
 }
 
 // Returns the weight clamped to 0.0 .. 1.0 (NaN counts as 0).
@@ -78,8 +77,8 @@ struct ResampleJob {
 // once. A sample at (fx, fy) weighs the rows and columns at the truncated
 // position and the next ones (clamped to the last), in single precision,
 // truncated to a byte.
-void ResampleRegion(const ResampleJob& job, int64_t cropWidth, int64_t cropHeight,
-                    unsigned char* out, int64_t outStride)
+void ResampleRegion(const ResampleJob& job, int64_t cropWidth, int64_t cropHeight, unsigned char* out,
+                    int64_t outStride)
 {
     const float sx = static_cast<float>(job.srcWidth) / static_cast<float>(job.dstWidth);
     const float sy = static_cast<float>(job.srcHeight) / static_cast<float>(job.dstHeight);
@@ -150,14 +149,13 @@ bool FillBlockGrid(const GreyView& img, int method, int bias, float w, int globa
     for (int64_t j = 0; j < grid.height; ++j) {
         for (int64_t i = 0; i < grid.width; ++i) {
             const tagRECT rect = BlockRect(i * grid.block, j * grid.block, grid.block);
-            const int local =
-                OptimalThreshold(method, img.data, static_cast<int>(img.width),
-                                 static_cast<int>(img.height), static_cast<int>(img.stride), &rect);
+            const int local = OptimalThreshold(method, img.data, static_cast<int>(img.width),
+                                               static_cast<int>(img.height), static_cast<int>(img.stride), &rect);
             if (local < 0) {
                 return false;
             }
-            const float entry = static_cast<float>(bias) + (1.0f - w) * static_cast<float>(local) +
-                                w * static_cast<float>(global);
+            const float entry =
+                static_cast<float>(bias) + (1.0f - w) * static_cast<float>(local) + w * static_cast<float>(global);
             grid.data.get()[j * grid.stride + i] = kvimg::ClampToByte(kvimg::TruncToInt32(entry));
         }
     }
@@ -171,11 +169,10 @@ bool FillBlockGrid(const GreyView& img, int method, int bias, float w, int globa
 CBuffer SpreadGridOverImage(const BlockGrid& grid, int64_t width, int64_t height)
 {
     const int64_t mapStride = AlignRow(width);
-    CBuffer map(static_cast<unsigned char*>(
-        std::calloc(static_cast<size_t>(height), static_cast<size_t>(mapStride))));
+    CBuffer map(static_cast<unsigned char*>(std::calloc(static_cast<size_t>(height), static_cast<size_t>(mapStride))));
     if (map) {
-        const ResampleJob job{grid.data.get(), grid.width, grid.height, grid.stride,
-                              grid.width * grid.block, grid.height * grid.block};
+        const ResampleJob job{grid.data.get(),         grid.width, grid.height, grid.stride, grid.width * grid.block,
+                              grid.height * grid.block};
         ResampleRegion(job, width, height, map.get(), mapStride);
     }
     return map;
@@ -183,8 +180,7 @@ CBuffer SpreadGridOverImage(const BlockGrid& grid, int64_t width, int64_t height
 
 // Writes 0 for each pixel below its map value and 255 otherwise (swapped
 // when inverting) into rows padded to 4 bytes.
-void ThresholdAgainstMap(const GreyView& img, const unsigned char* map, bool invert,
-                         unsigned char* out)
+void ThresholdAgainstMap(const GreyView& img, const unsigned char* map, bool invert, unsigned char* out)
 {
     const int64_t mapStride = AlignRow(img.width);
     const int64_t outStride = BmpRowStride(kGreyBits, img.width);
@@ -309,7 +305,7 @@ SplitScores ScoreSplit(const GreyHistogram& h, const OccupiedBins& o, int split,
     return s;
 }
 
-} // namespace
+}  // namespace
 
 namespace kvimg {
 
@@ -325,8 +321,7 @@ bool ClipThresholdBlock(const tagRECT* block, int64_t width, int64_t height, Blo
     return span.y0 < span.y1 && span.x0 < span.x1;
 }
 
-void BuildGreyHistogram(const unsigned char* image, int64_t stride, const BlockSpan& span,
-                        GreyHistogram& histogram)
+void BuildGreyHistogram(const unsigned char* image, int64_t stride, const BlockSpan& span, GreyHistogram& histogram)
 {
     // Whole counts, in four tallies so that runs of one grey (a label is
     // mostly white) do not wait on one counter. Every count is far below
@@ -436,10 +431,9 @@ int ThresholdFromRange(const GreyHistogram& histogram, int lo, int hi, long meth
     return chosen;
 }
 
-} // namespace kvimg
+}  // namespace kvimg
 
-int OptimalThreshold(int method, const unsigned char* image, int width, int height, int stride,
-                     const tagRECT* block)
+int OptimalThreshold(int method, const unsigned char* image, int width, int height, int stride, const tagRECT* block)
 {
     if (image == nullptr || stride < width) {
         return kNoThreshold;
@@ -452,28 +446,27 @@ int OptimalThreshold(int method, const unsigned char* image, int width, int heig
     kvimg::BuildGreyHistogram(image, stride, span, histogram);
     int lo = kvimg::LowestOccupiedBin(histogram);
     if (lo == kNoThreshold) {
-        lo = kWhite;   // only white pixels: lo = hi = 255 gives 254
+        lo = kWhite;  // only white pixels: lo = hi = 255 gives 254
     }
     const int hi = kvimg::HighestOccupiedBin(histogram);
     return kvimg::ThresholdFromRange(histogram, lo, hi, method);
 }
 
-int Resample(const unsigned char* src, int srcWidth, int srcHeight, int srcStride, int dstWidth,
-             int dstHeight, unsigned char** output)
+int Resample(const unsigned char* src, int srcWidth, int srcHeight, int srcStride, int dstWidth, int dstHeight,
+             unsigned char** output)
 {
     if (dstWidth <= 0 || dstHeight <= 0) {
         return 0;
     }
-    if (src == nullptr || output == nullptr || srcWidth <= 0 || srcHeight <= 0 ||
-        srcStride < srcWidth) {
+    if (src == nullptr || output == nullptr || srcWidth <= 0 || srcHeight <= 0 || srcStride < srcWidth) {
         return 0;
     }
     if (srcWidth == dstWidth && srcHeight == dstHeight) {
         return 1;
     }
     const int64_t dstStride = AlignRow(dstWidth);
-    CBuffer out(static_cast<unsigned char*>(
-        std::calloc(static_cast<size_t>(dstHeight), static_cast<size_t>(dstStride))));
+    CBuffer out(
+        static_cast<unsigned char*>(std::calloc(static_cast<size_t>(dstHeight), static_cast<size_t>(dstStride))));
     if (!out) {
         return 0;
     }
@@ -483,12 +476,10 @@ int Resample(const unsigned char* src, int srcWidth, int srcHeight, int srcStrid
     return 1;
 }
 
-int AdaptiveThreshold(const unsigned char* image, int width, int height, int stride,
-                      unsigned char** output, int* outputSize, bool invert, int method,
-                      int blockSize, int bias, float weight)
+int AdaptiveThreshold(const unsigned char* image, int width, int height, int stride, unsigned char** output,
+                      int* outputSize, bool invert, int method, int blockSize, int bias, float weight)
 {
-    if (image == nullptr || output == nullptr || outputSize == nullptr || width <= 0 ||
-        height <= 0 || stride < width) {
+    if (image == nullptr || output == nullptr || outputSize == nullptr || width <= 0 || height <= 0 || stride < width) {
         return 0;
     }
     const GreyView view{image, width, height, stride};
@@ -497,8 +488,8 @@ int AdaptiveThreshold(const unsigned char* image, int width, int height, int str
     grid.width = (width + grid.block - 1) / grid.block;
     grid.height = (height + grid.block - 1) / grid.block;
     grid.stride = AlignRow(grid.width);
-    grid.data.reset(static_cast<unsigned char*>(
-        std::calloc(static_cast<size_t>(grid.height), static_cast<size_t>(grid.stride))));
+    grid.data.reset(
+        static_cast<unsigned char*>(std::calloc(static_cast<size_t>(grid.height), static_cast<size_t>(grid.stride))));
     if (!grid.data) {
         return 0;
     }

@@ -41,8 +41,7 @@ bool ClipThresholdBlock(const tagRECT* block, int64_t width, int64_t height, Blo
 
 // Fills `histogram` with the grey values of the span's pixels, row y
 // starting at y * stride.
-void BuildGreyHistogram(const unsigned char* image, int64_t stride, const BlockSpan& span,
-                        GreyHistogram& histogram);
+void BuildGreyHistogram(const unsigned char* image, int64_t stride, const BlockSpan& span, GreyHistogram& histogram);
 
 // Lowest non-empty bin among 0..254, or kNoThreshold when all are empty
 // (bin 255 is deliberately not searched: the two selectors treat an
@@ -63,15 +62,14 @@ ThresholdCriteria EvaluateThresholdCriteria(const GreyHistogram& histogram, int 
 // found none) into (lo + hi) / 2.
 int ThresholdFromRange(const GreyHistogram& histogram, int lo, int hi, long method);
 
-} // namespace kvimg
+}  // namespace kvimg
 
 // Threshold 0..255 of an 8-bit image (rows `stride` bytes apart) or of the
 // half-open bottom-up block of it, by criterion `method` (1..4) or the
 // consensus (anything else). Returns -1 for a null image, a stride shorter
 // than the width or an empty block. A block with no pixel below 255 gives
 // 254 here (unlike the member selector, which gives 0).
-int OptimalThreshold(int method, const unsigned char* image, int width, int height, int stride,
-                     const tagRECT* block);
+int OptimalThreshold(int method, const unsigned char* image, int width, int height, int stride, const tagRECT* block);
 
 // Bilinearly resamples an 8-bit image to dstWidth x dstHeight into a new
 // `calloc` buffer (rows of dstWidth rounded up to a multiple of 4 bytes)
@@ -80,8 +78,8 @@ int OptimalThreshold(int method, const unsigned char* image, int width, int heig
 // when the sizes are equal (then nothing is allocated and *output is left
 // alone), 0 when refused (empty destination or source, null pointers, a
 // stride shorter than the width, allocation failure).
-int Resample(const unsigned char* src, int srcWidth, int srcHeight, int srcStride, int dstWidth,
-             int dstHeight, unsigned char** output);
+int Resample(const unsigned char* src, int srcWidth, int srcHeight, int srcStride, int dstWidth, int dstHeight,
+             unsigned char** output);
 
 // Thresholds an 8-bit image against per-block thresholds (blocks of
 // max(blockSize, 8) pixels, each bias + (1 - weight) * local + weight *
@@ -89,8 +87,7 @@ int Resample(const unsigned char* src, int srcWidth, int srcHeight, int srcStrid
 // 0/255 bytes (rows padded to 4 bytes) in *output and its size in
 // *outputSize; the caller frees it with `free`. A pixel is 0 when below its
 // threshold, else 255; `invert` swaps them. Returns 1 done, 0 failed.
-int AdaptiveThreshold(const unsigned char* image, int width, int height, int stride,
-                      unsigned char** output, int* outputSize, bool invert, int method,
-                      int blockSize, int bias, float weight);
+int AdaptiveThreshold(const unsigned char* image, int width, int height, int stride, unsigned char** output,
+                      int* outputSize, bool invert, int method, int blockSize, int bias, float weight);
 
 #endif

@@ -93,8 +93,8 @@ inline AreaEdges MakeAreaEdges(const AreaAxis& ax, const AreaAxis& ay)
 {
     const bool startOk = ax.firstOk && ay.firstOk;
     const bool endOk = ax.lastOk && ay.lastOk;
-    return AreaEdges{startOk ? ax.firstLen : 0.0f, endOk ? ax.lastLen : 0.0f,
-                     startOk ? ay.firstLen : 0.0f, endOk ? ay.lastLen : 0.0f};
+    return AreaEdges{startOk ? ax.firstLen : 0.0f, endOk ? ax.lastLen : 0.0f, startOk ? ay.firstLen : 0.0f,
+                     endOk ? ay.lastLen : 0.0f};
 }
 
 // Sums of a box average before the division by the area.
@@ -198,10 +198,10 @@ struct OverflowReader {
 // Whether every pixel the area touches lies inside a w x h image.
 inline bool AreaInside(const AreaAxis& ax, const AreaAxis& ay, int32_t w, int32_t h)
 {
-    return ax.first >= 0 && ax.last >= 0 && ax.first < w && ax.last < w && ay.first >= 0 &&
-           ay.last >= 0 && ay.first < h && ay.last < h;
+    return ax.first >= 0 && ax.last >= 0 && ax.first < w && ax.last < w && ay.first >= 0 && ay.last >= 0 &&
+           ay.first < h && ay.last < h;
 }
 
-} // namespace kvimg
+}  // namespace kvimg
 
 #endif

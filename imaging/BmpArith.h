@@ -94,6 +94,6 @@ inline uint8_t GreyOf(unsigned red, unsigned green, unsigned blue)
 // white: three mapped channels at or above it become pure white.
 constexpr unsigned kLevelsWhite = 250;
 
-} // namespace kvimg
+}  // namespace kvimg
 
 #endif

@@ -73,11 +73,9 @@ bool IsNearWhite(const YCbCrQUAD& p, const kvimg::BlockChroma& s)
     const double signR = s.meanCr <= 0 ? -1.0 : 1.0;
     const double db = static_cast<double>(s.devCb);
     const double dr = static_cast<double>(s.devCr);
-    const bool cbNear =
-        std::fabs(p.Cb - (static_cast<double>(s.meanCb) + signB * db)) < kNearWhiteSpread * db;
+    const bool cbNear = std::fabs(p.Cb - (static_cast<double>(s.meanCb) + signB * db)) < kNearWhiteSpread * db;
     const bool crNear =
-        std::fabs(p.Cr - (kNearWhiteSpread * static_cast<double>(s.meanCr) + signR * dr)) <
-        kNearWhiteSpread * dr;
+        std::fabs(p.Cr - (kNearWhiteSpread * static_cast<double>(s.meanCr) + signR * dr)) < kNearWhiteSpread * dr;
     return cbNear && crNear;
 }
 
@@ -89,8 +87,7 @@ struct Gains {
 // Gains of the block method: the luminance threshold comes from the
 // near-white pixels; the pixels brighter than it give the channel averages
 // that the brightest luminance is divided by. No bright pixel: all 0.
-Gains NovelGains(const uint32_t* src, const YCbCrQUAD* ycc, int64_t count,
-                 const kvimg::BlockChroma& stats)
+Gains NovelGains(const uint32_t* src, const YCbCrQUAD* ycc, int64_t count, const kvimg::BlockChroma& stats)
 {
     uint16_t histogram[kvimg::kLumaBins] = {};
     int64_t nearWhite = 0;
@@ -122,7 +119,7 @@ Gains NovelGains(const uint32_t* src, const YCbCrQUAD* ycc, int64_t count,
     return g;
 }
 
-} // namespace
+}  // namespace
 
 namespace kvimg {
 
@@ -215,7 +212,7 @@ int NearWhiteThreshold(const uint16_t* histogram, int64_t nearWhiteCount)
     return 0;
 }
 
-} // namespace kvimg
+}  // namespace kvimg
 
 void CBmpProcessing::RGB2YCbCr(const tagRGBQUAD* src, int64_t count, YCbCrQUAD* dst, int64_t)
 {
@@ -227,8 +224,7 @@ void CBmpProcessing::RGB2YCbCr(const tagRGBQUAD* src, int64_t count, YCbCrQUAD* 
     }
 }
 
-void CBmpProcessing::YCbCr2RGB(const YCbCrQUAD* src, int64_t count, tagRGBQUAD* dst,
-                               int64_t dstCount)
+void CBmpProcessing::YCbCr2RGB(const YCbCrQUAD* src, int64_t count, tagRGBQUAD* dst, int64_t dstCount)
 {
     if (src == nullptr || dst == nullptr || count != dstCount || count < 1) {
         return;
@@ -243,8 +239,7 @@ void CBmpProcessing::YCbCr2RGB(const YCbCrQUAD* src, int64_t count, tagRGBQUAD* 
     }
 }
 
-int CBmpProcessing::AutoWhiteBalanceGrayWorld(const uint32_t* stats, int64_t count,
-                                              uint32_t* target, int64_t)
+int CBmpProcessing::AutoWhiteBalanceGrayWorld(const uint32_t* stats, int64_t count, uint32_t* target, int64_t)
 {
     if (count <= 0) {
         return 1;
@@ -275,8 +270,8 @@ int CBmpProcessing::AutoWhiteBalanceGrayWorld(const uint32_t* stats, int64_t cou
     return 1;
 }
 
-int CBmpProcessing::AutoWhiteBalancePerfectReflector(const uint32_t* color, int64_t count,
-                                                     uint32_t* target, int64_t, int ratio)
+int CBmpProcessing::AutoWhiteBalancePerfectReflector(const uint32_t* color, int64_t count, uint32_t* target, int64_t,
+                                                     int ratio)
 {
     if (count > 0 && (color == nullptr || target == nullptr)) {
         return 0;
@@ -294,8 +289,7 @@ int CBmpProcessing::AutoWhiteBalancePerfectReflector(const uint32_t* color, int6
         }
         lastKey = key;
     }
-    const int threshold =
-        kvimg::ReflectorThresholdKey(histogram, lastKey, ReflectorLimit(count, ratio));
+    const int threshold = kvimg::ReflectorThresholdKey(histogram, lastKey, ReflectorLimit(count, ratio));
     if (count <= 0) {
         return 1;
     }
@@ -326,11 +320,11 @@ int CBmpProcessing::AutoWhiteBalancePerfectReflector(const uint32_t* color, int6
     return 1;
 }
 
-int CBmpProcessing::AutoWhiteBalanceNovel(const uint32_t* src, int64_t count, int64_t width,
-                                          int64_t height, uint32_t* dst, int64_t dstCount)
+int CBmpProcessing::AutoWhiteBalanceNovel(const uint32_t* src, int64_t count, int64_t width, int64_t height,
+                                          uint32_t* dst, int64_t dstCount)
 {
-    if (count != dstCount || count < 1 || src == nullptr || dst == nullptr || width < 1 ||
-        height < 1 || width > count / height) {
+    if (count != dstCount || count < 1 || src == nullptr || dst == nullptr || width < 1 || height < 1 ||
+        width > count / height) {
         return 0;
     }
     // The blocks are walked with a signed 16-bit index, which cannot

@@ -17,13 +17,13 @@ namespace {
 using namespace kvimg;
 
 constexpr int kMaxGrey = 255;
-constexpr int kFixedCut = 129;          // methods 1 and 2: values from here up are white
-constexpr int kScreenWhiteFrom = 250;   // methods 3 and 5: values from here up are always white
-constexpr int kMatrixLevels = 16;       // method 8 quantises to 0..16
-constexpr double kLevels15 = 15.0;      // method 7 levels 0..15
-constexpr double kLevels128 = 128.0;    // method 9 levels 0..128
-constexpr int kScreen8BandRows = 8;     // method 9 shifts every second band of 8 rows ...
-constexpr int kScreen8Shift = 8;        // ... by 8 columns
+constexpr int kFixedCut = 129;         // methods 1 and 2: values from here up are white
+constexpr int kScreenWhiteFrom = 250;  // methods 3 and 5: values from here up are always white
+constexpr int kMatrixLevels = 16;      // method 8 quantises to 0..16
+constexpr double kLevels15 = 15.0;     // method 7 levels 0..15
+constexpr double kLevels128 = 128.0;   // method 9 levels 0..128
+constexpr int kScreen8BandRows = 8;    // method 9 shifts every second band of 8 rows ...
+constexpr int kScreen8Shift = 8;       // ... by 8 columns
 constexpr double kRounding = 0.5;
 
 // Method 2: shares of the error in sixteenths.
@@ -39,16 +39,15 @@ constexpr int kFsBelowRight = 1;
 constexpr int kWorkRange = 144;
 constexpr int kWorkMid = 72;
 constexpr double kTwelveDivisor = 42.0;
-constexpr int kTwelveMargin = 2;        // rows and columns left at the far edges
+constexpr int kTwelveMargin = 2;  // rows and columns left at the far edges
 struct Neighbour {
     int dx;
     int dy;
     int weight;
 };
 constexpr Neighbour kTwelve[] = {
-    {1, 0, 8},  {2, 0, 4},
-    {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4}, {2, 1, 8},
-    {-2, 2, 1}, {-1, 2, 2}, {0, 2, 4}, {1, 2, 2}, {2, 2, 1},
+    {1, 0, 8}, {2, 0, 4},  {-2, 1, 2}, {-1, 1, 4}, {0, 1, 8}, {1, 1, 4},
+    {2, 1, 8}, {-2, 2, 1}, {-1, 2, 2}, {0, 2, 4},  {1, 2, 2}, {2, 2, 1},
 };
 
 // The buffers and sizes of one call, widened to signed 64 bits so every
@@ -230,7 +229,7 @@ bool DiffuseTwelve(const DitherFrame& f)
             const int e = black ? v - kWorkRange : v;
             f.dst[at] = black ? f.black : f.white;
             if (e <= 0) {
-                continue;   // a negative share converts to 0: nothing to spread
+                continue;  // a negative share converts to 0: nothing to spread
             }
             for (const Neighbour& n : kTwelve) {
                 const unsigned share = static_cast<unsigned>(e * n.weight / kTwelveDivisor);
@@ -250,9 +249,8 @@ void Screen15(const DitherFrame& f)
         const int64_t r = y % kScreen15Period;
         const uint8_t* screen = kScreen14x15[r < kScreen15Rows ? r : kScreen15MissingRowStandIn];
         return [=](int64_t x, int v) {
-            return v == kMaxGrey ||
-                   static_cast<int>(v / static_cast<double>(kMaxGrey) * kLevels15 + kRounding) >
-                       screen[x % kScreen15Cols];
+            return v == kMaxGrey || static_cast<int>(v / static_cast<double>(kMaxGrey) * kLevels15 + kRounding) >
+                                        screen[x % kScreen15Cols];
         };
     });
 }
@@ -302,10 +300,10 @@ bool Interleaved(const DitherFrame& f)
     return true;
 }
 
-} // namespace
+}  // namespace
 
-int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height,
-                           unsigned int width, unsigned int stride, unsigned int, bool invert)
+int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height, unsigned int width,
+                           unsigned int stride, unsigned int, bool invert)
 {
     if (method < kFixedThreshold || method > kInterleaved) {
         return 1;
@@ -315,8 +313,8 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
     }
     constexpr unsigned char kBlackByte = 0;
     constexpr unsigned char kWhiteByte = 255;
-    const DitherFrame f{src, dst, height, width, stride, invert ? kWhiteByte : kBlackByte,
-                        invert ? kBlackByte : kWhiteByte};
+    const DitherFrame f{
+        src, dst, height, width, stride, invert ? kWhiteByte : kBlackByte, invert ? kBlackByte : kWhiteByte};
     if (!FitsBuffers(method, f)) {
         return 1;
     }
@@ -338,8 +336,8 @@ int CBmpProcessing::Dither(int method, unsigned char* src, unsigned char* dst, u
         const uint64_t size = static_cast<uint64_t>(height) * stride;
         if (size <= std::numeric_limits<unsigned int>::max()) {
             unsigned char* out = dst;
-            AdThresholdImgLocal(width, height, 0, stride, src, static_cast<unsigned int>(size), &out,
-                                nullptr, invert, false);
+            AdThresholdImgLocal(width, height, 0, stride, src, static_cast<unsigned int>(size), &out, nullptr, invert,
+                                false);
         }
         break;
     }

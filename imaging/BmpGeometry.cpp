@@ -54,8 +54,8 @@ inline void CopyPixel(unsigned char* to, const unsigned char* from, int bytes)
 }
 
 // Copies the w x h source into the rotated output (code 0, 1 or 2).
-void RotatePixels(const unsigned char* src, int64_t w, int64_t h, int64_t srcStride,
-                  unsigned char* out, int64_t outStride, short rotation, int bytes)
+void RotatePixels(const unsigned char* src, int64_t w, int64_t h, int64_t srcStride, unsigned char* out,
+                  int64_t outStride, short rotation, int bytes)
 {
     if (rotation == kHalfTurn) {
         for (int64_t y = 0; y < h; ++y) {
@@ -105,8 +105,8 @@ tagRECT RotatedRect(const tagRECT& r, int64_t W, int64_t H, int64_t w, int64_t h
         top = r.left;
         bottom = r.right;
     }
-    return tagRECT{static_cast<int32_t>(left), static_cast<int32_t>(top),
-                   static_cast<int32_t>(right), static_cast<int32_t>(bottom)};
+    return tagRECT{static_cast<int32_t>(left), static_cast<int32_t>(top), static_cast<int32_t>(right),
+                   static_cast<int32_t>(bottom)};
 }
 
 // Whether pixel x of a row is ink at the given depth.
@@ -155,12 +155,11 @@ InkBox FindInk(const unsigned char* src, int32_t W, int32_t H, int64_t stride, i
     return box;
 }
 
-} // namespace
+}  // namespace
 
 int CBmpProcessing::RotateImgData(const unsigned char* src, unsigned int srcSize, tagRECT srcRect,
-                                  tagBITMAPINFOHEADER* header, short rotation,
-                                  unsigned char** output, unsigned int* outputCapacity,
-                                  tagRECT* outputRect)
+                                  tagBITMAPINFOHEADER* header, short rotation, unsigned char** output,
+                                  unsigned int* outputCapacity, tagRECT* outputRect)
 {
     if (src == nullptr || header == nullptr || header->biBitCount == 1) {
         return 0;
@@ -170,8 +169,7 @@ int CBmpProcessing::RotateImgData(const unsigned char* src, unsigned int srcSize
     }
     const int64_t w = int64_t{srcRect.right} - srcRect.left + 1;
     const int64_t h = int64_t{srcRect.bottom} - srcRect.top + 1;
-    if (output == nullptr || outputCapacity == nullptr || outputRect == nullptr || w < 1 ||
-        h < 1) {
+    if (output == nullptr || outputCapacity == nullptr || outputRect == nullptr || w < 1 || h < 1) {
         return 0;
     }
     const int bitCount = header->biBitCount;
@@ -206,12 +204,11 @@ int CBmpProcessing::RotateImgData(const unsigned char* src, unsigned int srcSize
     return 1;
 }
 
-int CBmpProcessing::RemoveBlankEdge(const unsigned char* src, unsigned int srcSize,
-                                    const tagBITMAPINFOHEADER* header, unsigned char** output,
-                                    unsigned int* outputCapacity, tagRECT* found)
+int CBmpProcessing::RemoveBlankEdge(const unsigned char* src, unsigned int srcSize, const tagBITMAPINFOHEADER* header,
+                                    unsigned char** output, unsigned int* outputCapacity, tagRECT* found)
 {
-    if (src == nullptr || header == nullptr || output == nullptr || outputCapacity == nullptr ||
-        found == nullptr || header->biWidth < 1 || header->biHeight < 1) {
+    if (src == nullptr || header == nullptr || output == nullptr || outputCapacity == nullptr || found == nullptr ||
+        header->biWidth < 1 || header->biHeight < 1) {
         return 0;
     }
     const int32_t W = header->biWidth, H = header->biHeight;
@@ -240,8 +237,7 @@ int CBmpProcessing::RemoveBlankEdge(const unsigned char* src, unsigned int srcSi
         r.right = static_cast<int32_t>(r.left + width - 1);
     }
     *found = r;
-    const uint64_t need =
-        static_cast<uint64_t>(BmpRowStride(bitCount, width) * (int64_t{r.bottom} - r.top + 1));
+    const uint64_t need = static_cast<uint64_t>(BmpRowStride(bitCount, width) * (int64_t{r.bottom} - r.top + 1));
     const bool fresh = *output == nullptr;
     unsigned char* out = ObtainOutput(output, outputCapacity, need);
     if (out == nullptr) {
@@ -256,9 +252,8 @@ int CBmpProcessing::RemoveBlankEdge(const unsigned char* src, unsigned int srcSi
     return 1;
 }
 
-int CBmpProcessing::Copy8BitImgBitRect(const unsigned char* src, unsigned int srcWidth,
-                                       unsigned int srcHeight, unsigned char* dst,
-                                       const tagRECT* rect)
+int CBmpProcessing::Copy8BitImgBitRect(const unsigned char* src, unsigned int srcWidth, unsigned int srcHeight,
+                                       unsigned char* dst, const tagRECT* rect)
 {
     if (src == nullptr || dst == nullptr || rect == nullptr) {
         return 0;
@@ -286,8 +281,8 @@ int CBmpProcessing::Copy8BitImgBitRect(const unsigned char* src, unsigned int sr
     return 1;
 }
 
-int CBmpProcessing::ResetBlackLineData(unsigned char* data, unsigned int size, short keptRun,
-                                       short whiteRun, short bitCount)
+int CBmpProcessing::ResetBlackLineData(unsigned char* data, unsigned int size, short keptRun, short whiteRun,
+                                       short bitCount)
 {
     if (data == nullptr) {
         return 0;

@@ -70,12 +70,11 @@ float ContrastSlope(int contrast)
 // in single precision, truncated and clamped to 0..255.
 uint8_t AdjustChannel(uint8_t x, uint8_t pivot, int offset, float k)
 {
-    const float v = static_cast<float>(int{x} - int{pivot}) * k +
-                    static_cast<float>(int64_t{pivot} + offset) + 0.5f;
+    const float v = static_cast<float>(int{x} - int{pivot}) * k + static_cast<float>(int64_t{pivot} + offset) + 0.5f;
     return kvimg::ClampToByte(kvimg::TruncToInt32(v));
 }
 
-} // namespace
+}  // namespace
 
 CBmpProcessing::CBmpProcessing()
 {
@@ -158,8 +157,7 @@ int CBmpProcessing::GetColorLevelsData(tagRGBQUAD colour, tagRGBQUAD* result)
     const uint8_t blue = table[colour.rgbBlue];
     result->rgbRed = red;
     result->rgbGreen = green;
-    if (red >= kvimg::kLevelsWhite && green >= kvimg::kLevelsWhite &&
-        blue >= kvimg::kLevelsWhite) {
+    if (red >= kvimg::kLevelsWhite && green >= kvimg::kLevelsWhite && blue >= kvimg::kLevelsWhite) {
         result->rgbBlue = result->rgbGreen = result->rgbRed = 255;
     } else {
         result->rgbBlue = blue;
@@ -177,18 +175,16 @@ void CBmpProcessing::SetLightTable(int brightness, int contrast)
     }
 }
 
-int CBmpProcessing::Light(unsigned char& first, unsigned char& second, unsigned char& third, int,
-                          int)
+int CBmpProcessing::Light(unsigned char& first, unsigned char& second, unsigned char& third, int, int)
 {
     kvimg::ApplyLight(m_LightTable, first, second, third);
     return 1;
 }
 
-void CBmpProcessing::AdjustBrightness(unsigned char** buffer, unsigned int size, tagRGBQUAD pivot,
-                                      int brightness, int contrast, int bitCount)
+void CBmpProcessing::AdjustBrightness(unsigned char** buffer, unsigned int size, tagRGBQUAD pivot, int brightness,
+                                      int contrast, int bitCount)
 {
-    if (buffer == nullptr || *buffer == nullptr || size == 0 ||
-        (bitCount != 8 && bitCount != 24)) {
+    if (buffer == nullptr || *buffer == nullptr || size == 0 || (bitCount != 8 && bitCount != 24)) {
         return;
     }
     const float k = ContrastSlope(contrast);

@@ -8,9 +8,9 @@
 #include <memory>
 
 #include "BmpArith.h"
-#include "MallocBuffer.h"
 #include "BmpProcessing.h"
 #include "BmpTone.h"
+#include "MallocBuffer.h"
 
 namespace {
 
@@ -37,9 +37,9 @@ using kvimg::MallocBuffer;
 
 // Rows, columns and stride of the oriented work image.
 struct Oriented {
-    int64_t rows;     // R
-    int64_t cols;     // K, the width after the cap
-    int64_t stride;   // T
+    int64_t rows;    // R
+    int64_t cols;    // K, the width after the cap
+    int64_t stride;  // T
 };
 
 // Returns the oriented image's size for a W x H page.
@@ -83,11 +83,11 @@ struct KeptBox {
 // Grey values of the conversion, prepared once per call so the per-pixel
 // loop only looks values up.
 struct GreyTables {
-    int16_t grey8[256];      // 8-bit source: grey per byte, or kSkipped
-    uint8_t channel[256];    // 24-bit source: light (if on) then levels
-    uint8_t black[3];        // mapped channels of (0, 0, 0): light keeps black
+    int16_t grey8[256];    // 8-bit source: grey per byte, or kSkipped
+    uint8_t channel[256];  // 24-bit source: light (if on) then levels
+    uint8_t black[3];      // mapped channels of (0, 0, 0): light keeps black
     bool cropWhite;
-    bool redFirst;           // 24-bit pixels are red, green, blue (else blue first)
+    bool redFirst;  // 24-bit pixels are red, green, blue (else blue first)
 };
 
 // Grey of a non-near-white pixel from its three mapped channels.
@@ -100,8 +100,8 @@ int16_t GreyOfMapped(uint8_t r, uint8_t g, uint8_t b)
 }
 
 // Grey of one pixel by the conversion's rules, or kSkipped.
-int16_t GreyOfPixel(uint8_t b, uint8_t g, uint8_t r, bool light, const int16_t* lightTable,
-                    const uint8_t* levels, bool cropWhite)
+int16_t GreyOfPixel(uint8_t b, uint8_t g, uint8_t r, bool light, const int16_t* lightTable, const uint8_t* levels,
+                    bool cropWhite)
 {
     if (b >= kvimg::kLevelsWhite && g >= kvimg::kLevelsWhite && r >= kvimg::kLevelsWhite) {
         return cropWhite ? kSkipped : 255;
@@ -113,8 +113,7 @@ int16_t GreyOfPixel(uint8_t b, uint8_t g, uint8_t r, bool light, const int16_t* 
 }
 
 // Fills the lookup tables for one call.
-void PrepareTables(GreyTables& t, bool light, const int16_t* lightTable, const uint8_t* levels,
-                   bool cropWhite)
+void PrepareTables(GreyTables& t, bool light, const int16_t* lightTable, const uint8_t* levels, bool cropWhite)
 {
     t.cropWhite = cropWhite;
     for (int v = 0; v < 256; ++v) {
@@ -156,8 +155,8 @@ inline int16_t GreyOfPixel24(const GreyTables& t, const unsigned char* p)
 // beyond the width cap widen only the rows, yet are still stored whenever
 // their linear index falls inside the work image (so they can land at the
 // start of the next work row); the conversion has always behaved so.
-inline void KeepPixel(KeptBox& box, unsigned char* work, int64_t workSize, int64_t cols,
-                      int64_t col, int64_t row, int64_t index, int16_t grey)
+inline void KeepPixel(KeptBox& box, unsigned char* work, int64_t workSize, int64_t cols, int64_t col, int64_t row,
+                      int64_t index, int16_t grey)
 {
     if (col < cols) {
         box.minCol = std::min(box.minCol, col);
@@ -199,8 +198,8 @@ bool UnturnedCroppedPage(int orientation, int bitCount, const GreyTables& t)
 // kWhiteRun at a time and the box grows once per row; the result is
 // ConvertPixels' own, pixels beyond the width cap included.
 template <bool RedFirst>
-KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const Oriented& o,
-                          const GreyTables& t, unsigned char* work, bool whitenRows)
+KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const Oriented& o, const GreyTables& t,
+                          unsigned char* work, bool whitenRows)
 {
     KeptBox box;
     const int64_t S = BmpRowStride(24, W);
@@ -246,9 +245,8 @@ KeptBox ConvertUnturned24(const unsigned char* src, int64_t W, int64_t H, const 
 }
 
 // Converts every source pixel into the work image and returns the box.
-KeptBox ConvertPixels(const unsigned char* src, int64_t W, int64_t H, int bitCount,
-                      int orientation, const Oriented& o, const GreyTables& t,
-                      unsigned char* work)
+KeptBox ConvertPixels(const unsigned char* src, int64_t W, int64_t H, int bitCount, int orientation, const Oriented& o,
+                      const GreyTables& t, unsigned char* work)
 {
     KeptBox box;
     const int64_t S = BmpRowStride(bitCount, W);
@@ -293,8 +291,8 @@ void SetEmptyResult(tagBITMAPINFOHEADER* header, tagRECT* rect)
 // the front in order never overwrite a byte a later row still reads, so
 // the result is that of copying into a fresh buffer, with one page-sized
 // buffer less. Every output byte is written, as U bytes are copied per row.
-int CompactKeptBox(const KeptBox& box, const Oriented& o, MallocBuffer* work, int64_t left, int64_t U,
-                   int64_t height, uint64_t size, unsigned char** output, unsigned int* outputCapacity)
+int CompactKeptBox(const KeptBox& box, const Oriented& o, MallocBuffer* work, int64_t left, int64_t U, int64_t height,
+                   uint64_t size, unsigned char** output, unsigned int* outputCapacity)
 {
     unsigned char* w = work->get();
     for (int64_t k = 0; k < height; ++k) {
@@ -314,9 +312,8 @@ int CompactKeptBox(const KeptBox& box, const Oriented& o, MallocBuffer* work, in
 // new header, and copies it out of the work image into the caller's or a
 // fresh buffer. Returns 1, or 0 when a given buffer is too small (after
 // the header and rectangle were updated) or memory runs out.
-int WriteKeptBox(const KeptBox& box, const Oriented& o, const unsigned char* work,
-                 unsigned char** output, unsigned int* outputCapacity, tagBITMAPINFOHEADER* header,
-                 tagRECT* rect, MallocBuffer* spare)
+int WriteKeptBox(const KeptBox& box, const Oriented& o, const unsigned char* work, unsigned char** output,
+                 unsigned int* outputCapacity, tagBITMAPINFOHEADER* header, tagRECT* rect, MallocBuffer* spare)
 {
     const int64_t left = box.minCol / kByteGroup * kByteGroup;
     const int64_t width = (box.maxCol - left + 1 + kByteGroup - 1) / kByteGroup * kByteGroup;
@@ -350,8 +347,7 @@ int WriteKeptBox(const KeptBox& box, const Oriented& o, const unsigned char* wor
     // row reads the next row, past the last row the spare white bytes.
     const int64_t copy = std::min(o.stride, U);
     for (int64_t k = 0; k < height; ++k) {
-        std::memcpy(*output + k * U, work + (box.minRow + k) * o.stride + left,
-                    static_cast<size_t>(copy));
+        std::memcpy(*output + k * U, work + (box.minRow + k) * o.stride + left, static_cast<size_t>(copy));
     }
     return 1;
 }
@@ -362,17 +358,14 @@ bool IsPathSeparator(wchar_t c)
     return c == L'/' || c == L'\\';
 }
 
-} // namespace
+}  // namespace
 
-int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int srcSize,
-                                          unsigned char** output, unsigned int* outputCapacity,
-                                          tagBITMAPINFOHEADER* header, tagRECT* rect,
-                                          int orientation, int, int, COLORLEVELSITEM, bool,
-                                          int brightness, int contrast, int maxWidth,
-                                          short cropWhite)
+int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int srcSize, unsigned char** output,
+                                          unsigned int* outputCapacity, tagBITMAPINFOHEADER* header, tagRECT* rect,
+                                          int orientation, int, int, COLORLEVELSITEM, bool, int brightness,
+                                          int contrast, int maxWidth, short cropWhite)
 {
-    if (src == nullptr || output == nullptr || outputCapacity == nullptr || header == nullptr ||
-        rect == nullptr) {
+    if (src == nullptr || output == nullptr || outputCapacity == nullptr || header == nullptr || rect == nullptr) {
         return 0;
     }
     const int64_t W = header->biWidth, H = header->biHeight;
@@ -403,7 +396,7 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
     const bool rowByRow = unturned && W <= o.cols;
     std::memset(work.get() + (rowByRow ? o.rows * o.stride : 0), 255,
                 static_cast<size_t>(rowByRow ? kWorkSpare : workBytes));
-    const KeptBox box = !unturned        ? ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get())
+    const KeptBox box = !unturned         ? ConvertPixels(src, W, H, bitCount, orientation, o, tables, work.get())
                         : tables.redFirst ? ConvertUnturned24<true>(src, W, H, o, tables, work.get(), rowByRow)
                                           : ConvertUnturned24<false>(src, W, H, o, tables, work.get(), rowByRow);
     if (box.maxCol < 0) {
@@ -413,12 +406,11 @@ int CBmpProcessing::CoverBMP2OutputFormat(const unsigned char* src, unsigned int
     return WriteKeptBox(box, o, work.get(), output, outputCapacity, header, rect, &work);
 }
 
-int CBmpProcessing::ConvertTo8BppBMP(const unsigned char* bitmap, unsigned int totalSize,
-                                     unsigned char** output, unsigned int* outputCapacity)
+int CBmpProcessing::ConvertTo8BppBMP(const unsigned char* bitmap, unsigned int totalSize, unsigned char** output,
+                                     unsigned int* outputCapacity)
 {
     const size_t headerBytes = kPaletteOffset + kPaletteEntries * sizeof(tagRGBQUAD);
-    if (bitmap == nullptr || output == nullptr || outputCapacity == nullptr ||
-        totalSize < headerBytes) {
+    if (bitmap == nullptr || output == nullptr || outputCapacity == nullptr || totalSize < headerBytes) {
         return 0;
     }
     tagBITMAPINFOHEADER h;

@@ -34,19 +34,18 @@ public:
     // Grey-world balance of `count` target pixels from the averages of the
     // statistics array. Channels wrap modulo 256 (no clamping). Returns 1;
     // 0 only for null arrays.
-    int AutoWhiteBalanceGrayWorld(const uint32_t* stats, int64_t count, uint32_t* target,
-                                  int64_t targetCount);
+    int AutoWhiteBalanceGrayWorld(const uint32_t* stats, int64_t count, uint32_t* target, int64_t targetCount);
     // Perfect-reflector balance: the target array gives the brightness
     // statistics and receives the result, the colour array the colours.
     // `ratio` is the share of brightest pixels in per cent. Returns 1; 0
     // only for null arrays.
-    int AutoWhiteBalancePerfectReflector(const uint32_t* color, int64_t count, uint32_t* target,
-                                         int64_t targetCount, int ratio);
+    int AutoWhiteBalancePerfectReflector(const uint32_t* color, int64_t count, uint32_t* target, int64_t targetCount,
+                                         int ratio);
     // Block-statistics balance of a width x height image. Returns 1, or 0
     // when the counts differ, the count is below 1 or the image does not
     // fit the count.
-    int AutoWhiteBalanceNovel(const uint32_t* src, int64_t count, int64_t width, int64_t height,
-                              uint32_t* dst, int64_t dstCount);
+    int AutoWhiteBalanceNovel(const uint32_t* src, int64_t count, int64_t width, int64_t height, uint32_t* dst,
+                              int64_t dstCount);
 
     // ---- Levels, light table and brightness (BmpLevels.cpp) ----
 
@@ -69,8 +68,8 @@ public:
     int Light(unsigned char& first, unsigned char& second, unsigned char& third, int, int);
     // Brightness and contrast straight on an 8- or 24-bit buffer of `size`
     // bytes around the pivot colour; pure black and white are kept.
-    void AdjustBrightness(unsigned char** buffer, unsigned int size, tagRGBQUAD pivot,
-                          int brightness, int contrast, int bitCount);
+    void AdjustBrightness(unsigned char** buffer, unsigned int size, tagRGBQUAD pivot, int brightness, int contrast,
+                          int bitCount);
 
     // ---- Geometry (BmpGeometry.cpp) ----
 
@@ -78,38 +77,34 @@ public:
     // turns) into a new or given buffer. Returns 1 when done or for other
     // codes, 0 when refused (a too-small buffer reports the needed size in
     // *outputCapacity).
-    int RotateImgData(const unsigned char* src, unsigned int srcSize, tagRECT srcRect,
-                      tagBITMAPINFOHEADER* header, short rotation, unsigned char** output,
-                      unsigned int* outputCapacity, tagRECT* outputRect);
+    int RotateImgData(const unsigned char* src, unsigned int srcSize, tagRECT srcRect, tagBITMAPINFOHEADER* header,
+                      short rotation, unsigned char** output, unsigned int* outputCapacity, tagRECT* outputRect);
     // Finds the box of ink pixels and, at 8 bits, copies it out. Returns 1
     // when done, 0 when refused.
-    int RemoveBlankEdge(const unsigned char* src, unsigned int srcSize,
-                        const tagBITMAPINFOHEADER* header, unsigned char** output,
-                        unsigned int* outputCapacity, tagRECT* found);
+    int RemoveBlankEdge(const unsigned char* src, unsigned int srcSize, const tagBITMAPINFOHEADER* header,
+                        unsigned char** output, unsigned int* outputCapacity, tagRECT* found);
     // Copies an inclusive rectangle of an 8-bit image into rows whose width
     // is the rectangle's rounded up to a multiple of 8. Returns 1 when done,
     // 0 when refused.
-    int Copy8BitImgBitRect(const unsigned char* src, unsigned int srcWidth, unsigned int srcHeight,
-                           unsigned char* dst, const tagRECT* rect);
+    int Copy8BitImgBitRect(const unsigned char* src, unsigned int srcWidth, unsigned int srcHeight, unsigned char* dst,
+                           const tagRECT* rect);
     // Whitens the periodic runs of `whiteRun` bytes (8 bits) or bits (1 bit)
     // after every `keptRun`. Returns 1; 0 for null data.
-    int ResetBlackLineData(unsigned char* data, unsigned int size, short keptRun, short whiteRun,
-                           short bitCount);
+    int ResetBlackLineData(unsigned char* data, unsigned int size, short keptRun, short whiteRun, short bitCount);
 
     // ---- Output format conversion (BmpOutputFormat.cpp) ----
 
     // Turns an 8- or 24-bit page into oriented, optionally cropped 8-bit
     // grey. Returns 1 when done (also when nothing was kept), 0 when a given
     // output is too small or the input is unusable.
-    int CoverBMP2OutputFormat(const unsigned char* src, unsigned int srcSize,
-                              unsigned char** output, unsigned int* outputCapacity,
-                              tagBITMAPINFOHEADER* header, tagRECT* rect, int orientation, int,
-                              int, COLORLEVELSITEM levels, bool mirror, int brightness,
-                              int contrast, int maxWidth, short cropWhite);
+    int CoverBMP2OutputFormat(const unsigned char* src, unsigned int srcSize, unsigned char** output,
+                              unsigned int* outputCapacity, tagBITMAPINFOHEADER* header, tagRECT* rect, int orientation,
+                              int, int, COLORLEVELSITEM levels, bool mirror, int brightness, int contrast, int maxWidth,
+                              short cropWhite);
     // Expands an in-memory 1-bit bitmap (header, two palette entries,
     // pixels) to unpadded 8-bit grey. Returns 1 when done, 0 when refused.
-    int ConvertTo8BppBMP(const unsigned char* bitmap, unsigned int totalSize,
-                         unsigned char** output, unsigned int* outputCapacity);
+    int ConvertTo8BppBMP(const unsigned char* bitmap, unsigned int totalSize, unsigned char** output,
+                         unsigned int* outputCapacity);
     // Cuts the last component off a path, optionally with its separator.
     void TakeOffExtName(wchar_t* path, bool dropSeparator);
 
@@ -118,12 +113,10 @@ public:
     // Box-averages an 8- or 24-bit image down to the destination size in one
     // pass. Returns 1, or 0 when a source, destination or size is missing
     // or the destination rows are too short.
-    int InvoicQIShrinkImg2(uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount,
-                           uint32_t srcStride, const unsigned char* src,
-                           const unsigned char* src2, uint32_t dstWidth, uint32_t dstHeight,
-                           uint32_t dstBitCount, unsigned char** dst, unsigned char** dst2,
-                           uint32_t dstSize, tagColorCFG color, int, tagColorCFG color2, int,
-                           tagRECT whiten);
+    int InvoicQIShrinkImg2(uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount, uint32_t srcStride,
+                           const unsigned char* src, const unsigned char* src2, uint32_t dstWidth, uint32_t dstHeight,
+                           uint32_t dstBitCount, unsigned char** dst, unsigned char** dst2, uint32_t dstSize,
+                           tagColorCFG color, int, tagColorCFG color2, int, tagRECT whiten);
 
     // ---- Interpolation kernels (InterpolationKernels.cpp) ----
     // Weight of a sample at signed distance x from the reconstructed point.
@@ -158,8 +151,7 @@ public:
     // Binds the image that the interpolation reads. A null buffer, a size
     // that is not positive, or a stride too short for a row leaves the
     // processor with no usable image (every read gives the outside colour).
-    void BindImage(const unsigned char* pixels, int32_t width, int32_t height, uint16_t bitCount,
-                   uint32_t stride);
+    void BindImage(const unsigned char* pixels, int32_t width, int32_t height, uint16_t bitCount, uint32_t stride);
     // Maps an outside position into the image by wrap, repeat or mirror.
     void OverflowCoordinates(int32_t& x, int32_t& y, OverflowMethod mode) const;
     // Reads one pixel, applying the outside rule and the near-white snap.
@@ -167,42 +159,38 @@ public:
                                          const tagRGBQUAD* replacement) const;
     // Adds colour times weight to the red, green and blue accumulators; the
     // fourth accumulator is not touched.
-    void AddAveragingCont(const tagRGBQUAD& colour, float weight, float& red, float& green,
-                          float& blue, float& alpha) const;
+    void AddAveragingCont(const tagRGBQUAD& colour, float weight, float& red, float& green, float& blue,
+                          float& alpha) const;
     // Reconstructs the colour at a fractional position.
-    tagRGBQUAD GetPixelColorInterpolated(float x, float y, InterpolationMethod method,
-                                         OverflowMethod mode,
+    tagRGBQUAD GetPixelColorInterpolated(float x, float y, InterpolationMethod method, OverflowMethod mode,
                                          const tagRGBQUAD* replacement) const;
     // Average colour of the xScale x yScale area centred at (x, y).
-    tagRGBQUAD GetAreaColorInterpolated(float x, float y, float xScale, float yScale,
-                                        InterpolationMethod method, OverflowMethod mode,
-                                        const tagRGBQUAD* replacement) const;
+    tagRGBQUAD GetAreaColorInterpolated(float x, float y, float xScale, float yScale, InterpolationMethod method,
+                                        OverflowMethod mode, const tagRGBQUAD* replacement) const;
 
     // ---- Resampling (Resample.cpp) ----
 
     // Scales an 8- or 24-bit image into the caller's buffer. Returns 1 (also
     // when there is nothing to write), 0 for a missing source or destination
     // or rows too short for the sizes given.
-    int32_t InvoicResampleImg2(uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount,
-                               uint32_t srcStride, const unsigned char* src, uint32_t dstWidth,
-                               uint32_t dstHeight, uint32_t, unsigned char** dst, uint32_t dstSize,
-                               tagColorCFG color, int32_t, tagRECT);
+    int32_t InvoicResampleImg2(uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount, uint32_t srcStride,
+                               const unsigned char* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t,
+                               unsigned char** dst, uint32_t dstSize, tagColorCFG color, int32_t, tagRECT);
 
     // ---- Halftoning (defined with the thresholding and dithering code) ----
 
     // Histogram threshold of an 8-bit image or block, or -1.
-    int OptimalThreshold(unsigned char* image, unsigned int imageSize, unsigned int width,
-                         unsigned int height, long method, tagRECT* block, unsigned char*,
-                         unsigned int, unsigned int, unsigned int);
+    int OptimalThreshold(unsigned char* image, unsigned int imageSize, unsigned int width, unsigned int height,
+                         long method, tagRECT* block, unsigned char*, unsigned int, unsigned int, unsigned int);
     // Local thresholding with fixed 64 x 64 blocks. Returns 1 done, 0 failed.
-    int AdThresholdImgLocal(unsigned int width, unsigned int height, unsigned int,
-                            unsigned int stride, unsigned char* image, unsigned int imageSize,
-                            unsigned char** output, unsigned int*, bool invert, bool);
+    int AdThresholdImgLocal(unsigned int width, unsigned int height, unsigned int, unsigned int stride,
+                            unsigned char* image, unsigned int imageSize, unsigned char** output, unsigned int*,
+                            bool invert, bool);
     // Reduces an 8-bit grey page to black and white by one of ten methods.
     // Returns 1, also when it refuses the image, or 0 when methods 6 and 10
     // cannot have their work memory (nothing is written then).
-    int Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height,
-               unsigned int width, unsigned int stride, unsigned int, bool invert);
+    int Dither(int method, unsigned char* src, unsigned char* dst, unsigned int height, unsigned int width,
+               unsigned int stride, unsigned int, bool invert);
 
     // ---- Channel order ----
 
@@ -233,9 +221,8 @@ private:
     // Reads the pixel at an in-range position of a readable image.
     tagRGBQUAD ReadPixel(int32_t x, int32_t y) const;
     // The 4 x 4 (or 12 x 12 for Lanczos) kernel reconstruction.
-    tagRGBQUAD KernelInterpolate(float x, float y, int32_t xi, int32_t yi,
-                                 InterpolationMethod method, OverflowMethod mode,
-                                 const tagRGBQUAD* replacement) const;
+    tagRGBQUAD KernelInterpolate(float x, float y, int32_t xi, int32_t yi, InterpolationMethod method,
+                                 OverflowMethod mode, const tagRGBQUAD* replacement) const;
     // The 2 x 2 bilinear reconstruction.
     tagRGBQUAD BilinearInterpolate(float x, float y, int32_t xi, int32_t yi, OverflowMethod mode,
                                    const tagRGBQUAD* replacement) const;

@@ -26,9 +26,9 @@ uint32_t BytesPerPixel(uint32_t bitCount)
 // as the error restarts with every row the plan is the same for all rows,
 // and each destination column's source columns are consecutive.
 struct ColumnPlan {
-    std::vector<uint32_t> pixels;     // source columns per destination column
-    std::vector<uint32_t> firstOf;    // first source column of each destination column
-    bool oneOrTwo = false;            // every destination column has one or two
+    std::vector<uint32_t> pixels;   // source columns per destination column
+    std::vector<uint32_t> firstOf;  // first source column of each destination column
+    bool oneOrTwo = false;          // every destination column has one or two
 };
 
 ColumnPlan PlanColumns(uint32_t srcWidth, uint32_t dstWidth)
@@ -97,8 +97,7 @@ struct RowSums {
 
 // Adds `value` (or the row's own bytes when `row` is given) to sums
 // [from, to).
-void AddBytes(uint32_t* __restrict sums, const unsigned char* __restrict row, int64_t from, int64_t to,
-              uint32_t white)
+void AddBytes(uint32_t* __restrict sums, const unsigned char* __restrict row, int64_t from, int64_t to, uint32_t white)
 {
     if (row == nullptr) {
         for (int64_t i = from; i < to; ++i) {
@@ -150,14 +149,11 @@ struct Carried {
 class CountDivider {
 public:
     explicit CountDivider(uint32_t d)
-        : m_d(d), m_exact(d != 0 && uint64_t{255} * d * d < (uint64_t{1} << 32)),
-          m_m(m_exact ? ((uint64_t{1} << 32) + d - 1) / d : 0)
+            : m_d(d), m_exact(d != 0 && uint64_t{255} * d * d < (uint64_t{1} << 32)),
+              m_m(m_exact ? ((uint64_t{1} << 32) + d - 1) / d : 0)
     {
     }
-    uint8_t operator()(uint32_t n) const
-    {
-        return static_cast<uint8_t>(m_exact ? (n * m_m) >> 32 : n / m_d);
-    }
+    uint8_t operator()(uint32_t n) const { return static_cast<uint8_t>(m_exact ? (n * m_m) >> 32 : n / m_d); }
     bool Exact() const { return m_exact; }
     uint64_t Multiplier() const { return m_m; }
 
@@ -226,7 +222,7 @@ void SumRows(const ShrinkJob& job, uint32_t from, uint32_t to, RowSums& line)
 class RowDividers {
 public:
     explicit RowDividers(const ColumnPlan& plan)
-        : m_maxPixels(plan.pixels.empty() ? 0 : *std::max_element(plan.pixels.begin(), plan.pixels.end()))
+            : m_maxPixels(plan.pixels.empty() ? 0 : *std::max_element(plan.pixels.begin(), plan.pixels.end()))
     {
     }
     // Makes the dividers for rows of `rows` source rows, when not made yet.
@@ -381,8 +377,8 @@ PairPlan PlanPairs(const ShrinkJob& job, const ColumnPlan& plan)
 {
     PairPlan pairs;
     const bool light = job.color.brightness != 0 || job.color.contrast != 0;
-    pairs.usable = plan.oneOrTwo && job.srcBpp == 3 && job.dstBitCount == 24 && !light &&
-                   !kvimg::LevelsSwitchOn(job.color.levels);
+    pairs.usable =
+        plan.oneOrTwo && job.srcBpp == 3 && job.dstBitCount == 24 && !light && !kvimg::LevelsSwitchOn(job.color.levels);
     if (!pairs.usable) {
         return pairs;
     }
@@ -420,7 +416,8 @@ void PairedColumnsSse2(const unsigned char* r0, const unsigned char* r1, const P
     for (uint32_t c = 0; c < count; ++c) {
         __m128i s = _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r0 + at[c])), zero);
         if (TwoRows) {
-            s = _mm_add_epi16(s, _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r1 + at[c])), zero));
+            s = _mm_add_epi16(s,
+                              _mm_unpacklo_epi8(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(r1 + at[c])), zero));
         }
         s = _mm_add_epi16(s, _mm_and_si128(_mm_srli_si128(s, 6), keep[two[c]]));
         s = _mm_srl_epi16(s, shift[two[c]]);
@@ -475,8 +472,7 @@ void PairedColumn(const ShrinkJob& job, const unsigned char* r0, const unsigned 
 
 // Writes destination row `row` from source rows [from, from + rows) when
 // the pair plan covers them; false, writing nothing, otherwise.
-bool WritePairedRow(const ShrinkJob& job, const PairPlan& pairs, uint32_t from, uint32_t rows, uint32_t row,
-                    Carried& v)
+bool WritePairedRow(const ShrinkJob& job, const PairPlan& pairs, uint32_t from, uint32_t rows, uint32_t row, Carried& v)
 {
     if (!pairs.usable || rows > 2) {
         return false;
@@ -499,8 +495,7 @@ bool WritePairedRow(const ShrinkJob& job, const PairPlan& pairs, uint32_t from, 
 // Runs the shrink of one source: rows are added until the row error
 // reaches the source height (not strict), then one destination row is
 // written and the accumulators start again.
-void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTable,
-            const uint8_t* levels)
+void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTable, const uint8_t* levels)
 {
     RowSums line{{}, job.srcBpp == 3 ? 3u : 1u};
     RowDividers dividers(plan);
@@ -527,16 +522,13 @@ void Shrink(const ShrinkJob& job, const ColumnPlan& plan, const int16_t* lightTa
     }
 }
 
-} // namespace
+}  // namespace
 
-int CBmpProcessing::InvoicQIShrinkImg2(uint32_t srcWidth, uint32_t srcHeight,
-                                       uint32_t srcBitCount, uint32_t srcStride,
-                                       const unsigned char* src, const unsigned char* src2,
-                                       uint32_t dstWidth, uint32_t dstHeight,
-                                       uint32_t dstBitCount, unsigned char** dst,
-                                       unsigned char** dst2, uint32_t dstSize,
-                                       tagColorCFG color, int, tagColorCFG color2, int,
-                                       tagRECT whiten)
+int CBmpProcessing::InvoicQIShrinkImg2(uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount, uint32_t srcStride,
+                                       const unsigned char* src, const unsigned char* src2, uint32_t dstWidth,
+                                       uint32_t dstHeight, uint32_t dstBitCount, unsigned char** dst,
+                                       unsigned char** dst2, uint32_t dstSize, tagColorCFG color, int,
+                                       tagColorCFG color2, int, tagRECT whiten)
 {
     if (src == nullptr || dst == nullptr || *dst == nullptr) {
         return 0;
@@ -554,8 +546,8 @@ int CBmpProcessing::InvoicQIShrinkImg2(uint32_t srcWidth, uint32_t srcHeight,
         return 0;
     }
     const ColumnPlan plan = PlanColumns(srcWidth, dstWidth);
-    ShrinkJob job{srcWidth, srcHeight, srcStride, srcBpp, src, dstWidth, dstHeight,
-                  dstStride, dstBitCount, *dst, color, whiten, m_swappedShrink};
+    ShrinkJob job{srcWidth,  srcHeight,   srcStride, srcBpp, src,    dstWidth,       dstHeight,
+                  dstStride, dstBitCount, *dst,      color,  whiten, m_swappedShrink};
     Shrink(job, plan, m_LightTable, m_LevelsTable[0]);
     if (src2 != nullptr) {
         // The second source runs in step with the first; nothing is shared

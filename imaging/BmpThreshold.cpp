@@ -16,18 +16,16 @@ using kvimg::kNoThreshold;
 
 constexpr unsigned char kWhite = 255;
 constexpr unsigned char kBlack = 0;
-constexpr int64_t kLocalBlock = 64;     // edge of the fixed blocks
-constexpr long kConsensus = 0;          // selector method: mean of the criteria
-constexpr float kHalf = 0.5f;           // block and whole-image thresholds weigh the same
-constexpr int kGridBits = 8;            // one byte per grid entry, rows padded like bitmaps
-
+constexpr int64_t kLocalBlock = 64;  // edge of the fixed blocks
+constexpr long kConsensus = 0;       // selector method: mean of the criteria
+constexpr float kHalf = 0.5f;        // block and whole-image thresholds weigh the same
+constexpr int kGridBits = 8;         // one byte per grid entry, rows padded like bitmaps
 
 // Whether the image geometry is usable: both buffers present, a non-empty
 // image whose rows fit the stride and whose last pixel lies inside the
 // stated image size, and sizes the 32-bit block rectangles can address.
-bool LocalGeometryFits(unsigned int width, unsigned int height, unsigned int stride,
-                       const unsigned char* image, unsigned int imageSize,
-                       unsigned char* const* output)
+bool LocalGeometryFits(unsigned int width, unsigned int height, unsigned int stride, const unsigned char* image,
+                       unsigned int imageSize, unsigned char* const* output)
 {
     constexpr int64_t kMaxRectCoord = std::numeric_limits<int32_t>::max() - kLocalBlock;
     if (image == nullptr || output == nullptr || *output == nullptr) {
@@ -46,9 +44,8 @@ bool LocalGeometryFits(unsigned int width, unsigned int height, unsigned int str
 // Writes 255 for each pixel strictly above the grid entry of its 64 x 64
 // block and 0 otherwise (swapped when inverting); image and output share
 // the row stride.
-void ThresholdAgainstBlocks(const unsigned char* image, unsigned char* out, int64_t width,
-                            int64_t height, int64_t stride, const unsigned char* grid,
-                            int64_t gridStride, bool invert)
+void ThresholdAgainstBlocks(const unsigned char* image, unsigned char* out, int64_t width, int64_t height,
+                            int64_t stride, const unsigned char* grid, int64_t gridStride, bool invert)
 {
     const unsigned char above = invert ? kBlack : kWhite;
     const unsigned char notAbove = invert ? kWhite : kBlack;
@@ -62,12 +59,11 @@ void ThresholdAgainstBlocks(const unsigned char* image, unsigned char* out, int6
     }
 }
 
-} // namespace
+}  // namespace
 
-int CBmpProcessing::OptimalThreshold(unsigned char* image, unsigned int imageSize,
-                                     unsigned int width, unsigned int height, long method,
-                                     tagRECT* block, unsigned char*, unsigned int, unsigned int,
-                                     unsigned int)
+int CBmpProcessing::OptimalThreshold(unsigned char* image, unsigned int imageSize, unsigned int width,
+                                     unsigned int height, long method, tagRECT* block, unsigned char*, unsigned int,
+                                     unsigned int, unsigned int)
 {
     if (image == nullptr || height == 0) {
         return kNoThreshold;
@@ -85,15 +81,14 @@ int CBmpProcessing::OptimalThreshold(unsigned char* image, unsigned int imageSiz
     kvimg::BuildGreyHistogram(image, stride, span, histogram);
     const int lo = kvimg::LowestOccupiedBin(histogram);
     if (lo == kNoThreshold) {
-        return 0;   // only white pixels: 0 here, where the free selector gives 254
+        return 0;  // only white pixels: 0 here, where the free selector gives 254
     }
     const int hi = kvimg::HighestOccupiedBin(histogram);
     return kvimg::ThresholdFromRange(histogram, lo, hi, method);
 }
 
-int CBmpProcessing::AdThresholdImgLocal(unsigned int width, unsigned int height, unsigned int,
-                                        unsigned int stride, unsigned char* image,
-                                        unsigned int imageSize, unsigned char** output,
+int CBmpProcessing::AdThresholdImgLocal(unsigned int width, unsigned int height, unsigned int, unsigned int stride,
+                                        unsigned char* image, unsigned int imageSize, unsigned char** output,
                                         unsigned int*, bool invert, bool)
 {
     if (!LocalGeometryFits(width, height, stride, image, imageSize, output)) {
@@ -109,8 +104,7 @@ int CBmpProcessing::AdThresholdImgLocal(unsigned int width, unsigned int height,
     }
     std::fill(grid.get(), grid.get() + gridSize, kWhite);
 
-    const int global = OptimalThreshold(image, imageSize, width, height, kConsensus, nullptr,
-                                        nullptr, 0, 0, 0);
+    const int global = OptimalThreshold(image, imageSize, width, height, kConsensus, nullptr, nullptr, 0, 0, 0);
     if (global < 0) {
         return 0;
     }
@@ -118,10 +112,8 @@ int CBmpProcessing::AdThresholdImgLocal(unsigned int width, unsigned int height,
         for (int64_t i = 0; i < gridWidth; ++i) {
             const int32_t x = static_cast<int32_t>(i * kLocalBlock);
             const int32_t y = static_cast<int32_t>(j * kLocalBlock);
-            tagRECT rect{x, static_cast<int32_t>(y + kLocalBlock),
-                         static_cast<int32_t>(x + kLocalBlock), y};
-            const int local = OptimalThreshold(image, imageSize, width, height, kConsensus, &rect,
-                                               nullptr, 0, 0, 0);
+            tagRECT rect{x, static_cast<int32_t>(y + kLocalBlock), static_cast<int32_t>(x + kLocalBlock), y};
+            const int local = OptimalThreshold(image, imageSize, width, height, kConsensus, &rect, nullptr, 0, 0, 0);
             if (local < 0) {
                 return 0;
             }

@@ -54,6 +54,6 @@ inline bool LevelsSwitchOn(int levels)
     return levels != 0 && levels != kLevelsOffValue;
 }
 
-} // namespace kvimg
+}  // namespace kvimg
 
 #endif

@@ -44,6 +44,6 @@ constexpr int kInterleavedSize = 4;
 // b = k / 4 XOR a interleaved, four rounds, kept modulo 256.
 uint8_t InterleavedScreenEntry(unsigned k);
 
-} // namespace kvimg
+}  // namespace kvimg
 
 #endif

@@ -51,8 +51,7 @@ constexpr tagRGBQUAD kWhite = {255, 255, 255, 0};
 // give pure white with reserved 0.
 tagRGBQUAD SnapResult(tagRGBQUAD c)
 {
-    if (c.rgbBlue > kvimg::kReadWhite && c.rgbGreen > kvimg::kReadWhite &&
-        c.rgbRed > kvimg::kReadWhite) {
+    if (c.rgbBlue > kvimg::kReadWhite && c.rgbGreen > kvimg::kReadWhite && c.rgbRed > kvimg::kReadWhite) {
         return kWhite;
     }
     c.rgbReserved = 0;
@@ -107,13 +106,12 @@ uint8_t KernelChannel(float v)
     return kvimg::AverageChannel(v);
 }
 
-} // namespace
+}  // namespace
 
-void CBmpProcessing::BindImage(const unsigned char* pixels, int32_t width, int32_t height,
-                               uint16_t bitCount, uint32_t stride)
+void CBmpProcessing::BindImage(const unsigned char* pixels, int32_t width, int32_t height, uint16_t bitCount,
+                               uint32_t stride)
 {
-    const int64_t bytesPerRow =
-        bitCount == 24 ? 3 * int64_t{width} : bitCount == 8 ? int64_t{width} : 0;
+    const int64_t bytesPerRow = bitCount == 24 ? 3 * int64_t{width} : bitCount == 8 ? int64_t{width} : 0;
     const bool usable = pixels != nullptr && width > 0 && height > 0 && stride >= bytesPerRow;
     m_pImgData = usable ? pixels : nullptr;
     m_nImgWidth = usable ? width : 0;
@@ -187,8 +185,7 @@ tagRGBQUAD CBmpProcessing::GetPixelColorWithOverflow(int32_t x, int32_t y, Overf
                                                      const tagRGBQUAD* replacement) const
 {
     const tagRGBQUAD candidate = replacement != nullptr ? *replacement : kWhite;
-    const bool inside = m_pImgData != nullptr && x >= 0 && x < m_nImgWidth && y >= 0 &&
-                        y < m_nImgHeight;
+    const bool inside = m_pImgData != nullptr && x >= 0 && x < m_nImgWidth && y >= 0 && y < m_nImgHeight;
     if (inside) {
         // An image of another depth has no defined colour: it reads as
         // the outside colour.
@@ -207,21 +204,19 @@ tagRGBQUAD CBmpProcessing::GetPixelColorWithOverflow(int32_t x, int32_t y, Overf
     return SnapResult(ReadPixel(x, y));
 }
 
-void CBmpProcessing::AddAveragingCont(const tagRGBQUAD& colour, float weight, float& red,
-                                      float& green, float& blue, float&) const
+void CBmpProcessing::AddAveragingCont(const tagRGBQUAD& colour, float weight, float& red, float& green, float& blue,
+                                      float&) const
 {
     red += colour.rgbRed * weight;
     green += colour.rgbGreen * weight;
     blue += colour.rgbBlue * weight;
 }
 
-tagRGBQUAD CBmpProcessing::GetPixelColorInterpolated(float x, float y, InterpolationMethod method,
-                                                     OverflowMethod mode,
+tagRGBQUAD CBmpProcessing::GetPixelColorInterpolated(float x, float y, InterpolationMethod method, OverflowMethod mode,
                                                      const tagRGBQUAD* replacement) const
 {
     if (method == InterpNearest) {
-        return GetPixelColorWithOverflow(kvimg::TruncCoord(x + 0.5f), kvimg::TruncCoord(y + 0.5f),
-                                         mode, replacement);
+        return GetPixelColorWithOverflow(kvimg::TruncCoord(x + 0.5f), kvimg::TruncCoord(y + 0.5f), mode, replacement);
     }
     const int32_t xi = BaseCell(x);
     const int32_t yi = BaseCell(y);
@@ -231,8 +226,7 @@ tagRGBQUAD CBmpProcessing::GetPixelColorInterpolated(float x, float y, Interpola
     return BilinearInterpolate(x, y, xi, yi, mode, replacement);
 }
 
-tagRGBQUAD CBmpProcessing::BilinearInterpolate(float x, float y, int32_t xi, int32_t yi,
-                                               OverflowMethod mode,
+tagRGBQUAD CBmpProcessing::BilinearInterpolate(float x, float y, int32_t xi, int32_t yi, OverflowMethod mode,
                                                const tagRGBQUAD* replacement) const
 {
     const int32_t w = m_nImgWidth, h = m_nImgHeight;
@@ -246,12 +240,9 @@ tagRGBQUAD CBmpProcessing::BilinearInterpolate(float x, float y, int32_t xi, int
     }
     // The fixed-point path reads its neighbours 3 bytes apart, so it is
     // kept to 24-bit images.
-    if (m_pImgData != nullptr && m_wImgBitCount == 24 && xi >= 0 && xi + 1 < w && yi >= 0 &&
-        yi + 1 < h) {
-        const uint16_t ux =
-            static_cast<uint16_t>(kvimg::TruncToInt32((x - static_cast<float>(xi)) * kBilinearSteps));
-        const uint16_t uy =
-            static_cast<uint16_t>(kvimg::TruncToInt32((y - static_cast<float>(yi)) * kBilinearSteps));
+    if (m_pImgData != nullptr && m_wImgBitCount == 24 && xi >= 0 && xi + 1 < w && yi >= 0 && yi + 1 < h) {
+        const uint16_t ux = static_cast<uint16_t>(kvimg::TruncToInt32((x - static_cast<float>(xi)) * kBilinearSteps));
+        const uint16_t uy = static_cast<uint16_t>(kvimg::TruncToInt32((y - static_cast<float>(yi)) * kBilinearSteps));
         const uint16_t w11 = static_cast<uint16_t>((ux * uy) >> kBilinearShift);
         const uint16_t w10 = static_cast<uint16_t>(ux - w11);
         const uint16_t w01 = static_cast<uint16_t>(uy - w11);
@@ -279,24 +270,21 @@ tagRGBQUAD CBmpProcessing::BilinearInterpolate(float x, float y, int32_t xi, int
     const tagRGBQUAD c01 = GetPixelColorWithOverflow(xi, yi + 1, mode, replacement);
     const tagRGBQUAD c11 = GetPixelColorWithOverflow(xi + 1, yi + 1, mode, replacement);
     const float r = w00 * c00.rgbRed + w10 * c10.rgbRed + w01 * c01.rgbRed + w11 * c11.rgbRed;
-    const float g =
-        w00 * c00.rgbGreen + w10 * c10.rgbGreen + w01 * c01.rgbGreen + w11 * c11.rgbGreen;
+    const float g = w00 * c00.rgbGreen + w10 * c10.rgbGreen + w01 * c01.rgbGreen + w11 * c11.rgbGreen;
     const float b = w00 * c00.rgbBlue + w10 * c10.rgbBlue + w01 * c01.rgbBlue + w11 * c11.rgbBlue;
     return SnapResult(tagRGBQUAD{KernelChannel(b), KernelChannel(g), KernelChannel(r), 0});
 }
 
-tagRGBQUAD CBmpProcessing::KernelInterpolate(float x, float y, int32_t xi, int32_t yi,
-                                             InterpolationMethod method, OverflowMethod mode,
-                                             const tagRGBQUAD* replacement) const
+tagRGBQUAD CBmpProcessing::KernelInterpolate(float x, float y, int32_t xi, int32_t yi, InterpolationMethod method,
+                                             OverflowMethod mode, const tagRGBQUAD* replacement) const
 {
     const bool lanczos = method == InterpLanczos;
     const int taps = lanczos ? kLanczosTaps : kKernelTaps;
     const int before = lanczos ? kLanczosBefore : 1;
     const int32_t w = m_nImgWidth, h = m_nImgHeight;
-    const bool outside =
-        lanczos ? (xi < -kLanczosSlackBefore || xi - kLanczosSlackAfter > w ||
-                   yi < -kLanczosSlackBefore || yi - kLanczosSlackAfter > h)
-                : (xi < -kKernelSlack || xi > w || yi < -kKernelSlack || yi > h);
+    const bool outside = lanczos ? (xi < -kLanczosSlackBefore || xi - kLanczosSlackAfter > w ||
+                                    yi < -kLanczosSlackBefore || yi - kLanczosSlackAfter > h)
+                                 : (xi < -kKernelSlack || xi > w || yi < -kKernelSlack || yi > h);
     if (outside) {
         if (IsFixedOutsideMode(mode)) {
             return GetPixelColorWithOverflow(kOutside, kOutside, mode, replacement);
@@ -314,13 +302,13 @@ tagRGBQUAD CBmpProcessing::KernelInterpolate(float x, float y, int32_t xi, int32
     // The interior reads the block straight from memory, without the snap
     // that reads through the outside rule apply.
     const int32_t x0 = xi - before, y0 = yi - before;
-    const bool direct = m_pImgData != nullptr && m_wImgBitCount == 24 && x0 >= 0 &&
-                        x0 + taps - 1 < w && y0 >= 0 && y0 + taps - 1 < h;
+    const bool direct =
+        m_pImgData != nullptr && m_wImgBitCount == 24 && x0 >= 0 && x0 + taps - 1 < w && y0 >= 0 && y0 + taps - 1 < h;
     float r = 0.0f, g = 0.0f, b = 0.0f;
     for (int j = 0; j < taps; ++j) {
         for (int i = 0; i < taps; ++i) {
-            const tagRGBQUAD c = direct ? ReadPixel(x0 + i, y0 + j)
-                                        : GetPixelColorWithOverflow(x0 + i, y0 + j, mode, replacement);
+            const tagRGBQUAD c =
+                direct ? ReadPixel(x0 + i, y0 + j) : GetPixelColorWithOverflow(x0 + i, y0 + j, mode, replacement);
             const float wt = wy[j] * wx[i];
             r += wt * c.rgbRed;
             g += wt * c.rgbGreen;
@@ -331,8 +319,7 @@ tagRGBQUAD CBmpProcessing::KernelInterpolate(float x, float y, int32_t xi, int32
 }
 
 tagRGBQUAD CBmpProcessing::GetAreaColorInterpolated(float x, float y, float xScale, float yScale,
-                                                    InterpolationMethod method,
-                                                    OverflowMethod mode,
+                                                    InterpolationMethod method, OverflowMethod mode,
                                                     const tagRGBQUAD* replacement) const
 {
     if (xScale <= 1.0f && yScale <= 1.0f) {
@@ -340,8 +327,7 @@ tagRGBQUAD CBmpProcessing::GetAreaColorInterpolated(float x, float y, float xSca
     }
     const kvimg::AreaAxis ax = kvimg::MakeAreaAxis(x, xScale);
     const kvimg::AreaAxis ay = kvimg::MakeAreaAxis(y, yScale);
-    const int64_t pixels =
-        (int64_t{ax.last} - ax.first + 1) * (int64_t{ay.last} - ay.first + 1);
+    const int64_t pixels = (int64_t{ax.last} - ax.first + 1) * (int64_t{ay.last} - ay.first + 1);
     if (pixels > kvimg::kMaxAreaPixels) {
         return GetPixelColorWithOverflow(kOutside, kOutside, mode, replacement);
     }
@@ -363,12 +349,11 @@ tagRGBQUAD CBmpProcessing::GetAreaColorInterpolated(float x, float y, float xSca
     float unused = 0.0f;
     for (int32_t j = ay.first; j <= ay.last; ++j) {
         for (int32_t i = ax.first; i <= ax.last; ++i) {
-            const CxRect2 box(static_cast<float>(i) - 0.5f, static_cast<float>(j) - 0.5f,
-                              static_cast<float>(i) + 0.5f, static_cast<float>(j) + 0.5f);
+            const CxRect2 box(static_cast<float>(i) - 0.5f, static_cast<float>(j) - 0.5f, static_cast<float>(i) + 0.5f,
+                              static_cast<float>(j) + 0.5f);
             const CxRect2 part = area.CrossSection(box);
             const CxPoint2 centre = part.Center();
-            const tagRGBQUAD c =
-                GetPixelColorInterpolated(centre.x, centre.y, method, mode, replacement);
+            const tagRGBQUAD c = GetPixelColorInterpolated(centre.x, centre.y, method, mode, replacement);
             AddAveragingCont(c, part.Surface(), s.red, s.green, s.blue, unused);
         }
     }

@@ -70,8 +70,7 @@ struct CxRect2 {
     CxPoint2 cornerMax;
 
     CxRect2() = default;
-    CxRect2(float left, float top, float right, float bottom)
-        : cornerMin(left, top), cornerMax(right, bottom) {}
+    CxRect2(float left, float top, float right, float bottom) : cornerMin(left, top), cornerMax(right, bottom) {}
     CxRect2(const CxRect2& r) = default;
     CxRect2& operator=(const CxRect2& r) = default;
 
@@ -80,15 +79,9 @@ struct CxRect2 {
     // Returns bottom - top.
     float Height() const { return cornerMax.y - cornerMin.y; }
     // Returns width times height, computed from the corners.
-    float Surface() const
-    {
-        return (cornerMax.x - cornerMin.x) * (cornerMax.y - cornerMin.y);
-    }
+    float Surface() const { return (cornerMax.x - cornerMin.x) * (cornerMax.y - cornerMin.y); }
     // Returns the centre point.
-    CxPoint2 Center() const
-    {
-        return CxPoint2((cornerMax.x + cornerMin.x) * 0.5f, (cornerMax.y + cornerMin.y) * 0.5f);
-    }
+    CxPoint2 Center() const { return CxPoint2((cornerMax.x + cornerMin.x) * 0.5f, (cornerMax.y + cornerMin.y) * 0.5f); }
     // Returns the intersection with r, or an all-zero rectangle when they do
     // not meet. Rectangles that only touch give a zero-width (or
     // zero-height) rectangle, not the all-zero one.

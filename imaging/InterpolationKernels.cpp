@@ -28,25 +28,21 @@ constexpr float kInvSqrt2 = 0.70710677f;
 constexpr float kBesselSwitch = 8.0f;
 
 // Mitchell-Netravali cubic with both shape parameters 1/3.
-constexpr float kMitchellP0 = 0.8888889f;    // 8/9
+constexpr float kMitchellP0 = 0.8888889f;  // 8/9
 constexpr float kMitchellP2 = -2.0f;
-constexpr float kMitchellP3 = 1.1666666f;    // 7/6
-constexpr float kMitchellQ0 = 1.7777778f;    // 16/9
-constexpr float kMitchellQ1 = -3.3333333f;   // -10/3
+constexpr float kMitchellP3 = 1.1666666f;   // 7/6
+constexpr float kMitchellQ0 = 1.7777778f;   // 16/9
+constexpr float kMitchellQ1 = -3.3333333f;  // -10/3
 constexpr float kMitchellQ2 = 2.0f;
 constexpr float kMitchellQ3 = -0.38888887f;  // -7/18
 
 // Rational approximation of J1(x)/x for |x| < 8 (highest index leads).
-constexpr double kJ1P[9] = {5.8119935400160612e+20, -6.6721065689249161e+19,
-                            2.3164335806340024e+18, -3.5888175699101060e+16,
-                            290879526383477.56,     -1322983480332.1265,
-                            3413234182.3017006,     -4695753.5306429956,
-                            2701.1227108923235};
-constexpr double kJ1Q[9] = {1.1623987080032122e+21, 1.185770712190321e+19,
-                            6.0920613989175216e+16, 208166122130760.75,
-                            524371026216.76495,     1013863514.358674,
-                            1501793.5949985855,     1606.9315734814877,
-                            1.0};
+constexpr double kJ1P[9] = {5.8119935400160612e+20,  -6.6721065689249161e+19, 2.3164335806340024e+18,
+                            -3.5888175699101060e+16, 290879526383477.56,      -1322983480332.1265,
+                            3413234182.3017006,      -4695753.5306429956,     2701.1227108923235};
+constexpr double kJ1Q[9] = {1.1623987080032122e+21, 1.185770712190321e+19, 6.0920613989175216e+16,
+                            208166122130760.75,     524371026216.76495,    1013863514.358674,
+                            1501793.5949985855,     1606.9315734814877,    1.0};
 // Asymptotic factor P1 for |x| >= 8.
 constexpr double kP1P[6] = {35224.664913367982, 62758.845247161284, 31353.963110915956,
                             4985.4832060594335, 211.15291828539623, 1.2571716929145342};
@@ -78,7 +74,7 @@ float PositiveCube(float v)
     return v > 0.0f ? v * v * v : 0.0f;
 }
 
-} // namespace
+}  // namespace
 
 float CBmpProcessing::KernelLinear(float x)
 {

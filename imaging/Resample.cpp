@@ -63,7 +63,7 @@ inline void StorePixel(unsigned char* row, uint32_t x, bool colour, const tagRGB
     }
 }
 
-} // namespace
+}  // namespace
 
 // One resampling: output geometry, the source position of every output
 // column and row, the scales and the tone setting.
@@ -97,11 +97,10 @@ void CBmpProcessing::ResamplePixelByPixel(const ResampleJob& job)
     for (uint32_t y = 0; y < job.height; ++y) {
         unsigned char* row = job.Row(y);
         for (uint32_t x = 0; x < job.width; ++x) {
-            tagRGBQUAD c = nearest ? GetPixelColorInterpolated(job.xs[x], job.ys[y], InterpNearest,
-                                                               OverflowRepeat, nullptr)
-                                   : GetAreaColorInterpolated(job.xs[x], job.ys[y], job.xScale,
-                                                              job.yScale, InterpNearest,
-                                                              OverflowRepeat, nullptr);
+            tagRGBQUAD c = nearest
+                               ? GetPixelColorInterpolated(job.xs[x], job.ys[y], InterpNearest, OverflowRepeat, nullptr)
+                               : GetAreaColorInterpolated(job.xs[x], job.ys[y], job.xScale, job.yScale, InterpNearest,
+                                                          OverflowRepeat, nullptr);
             ApplyResampleTone(c, job.tone);
             StorePixel(row, x, job.colour, c);
         }
@@ -141,8 +140,8 @@ void CBmpProcessing::ResampleBoxes(const ResampleJob& job)
                                                        : kvimg::AccumulateArea(ax[x], ay[y], e, read8);
                 c = kvimg::FinishArea(s, ax[x], ay[y]);
             } else {
-                c = GetAreaColorInterpolated(job.xs[x], job.ys[y], job.xScale, job.yScale,
-                                             InterpNearest, OverflowRepeat, nullptr);
+                c = GetAreaColorInterpolated(job.xs[x], job.ys[y], job.xScale, job.yScale, InterpNearest,
+                                             OverflowRepeat, nullptr);
             }
             ApplyResampleTone(c, job.tone);
             StorePixel(row, x, job.colour, c);
@@ -150,16 +149,13 @@ void CBmpProcessing::ResampleBoxes(const ResampleJob& job)
     }
 }
 
-int32_t CBmpProcessing::InvoicResampleImg2(uint32_t srcWidth, uint32_t srcHeight,
-                                           uint32_t bitCount, uint32_t srcStride,
-                                           const unsigned char* src, uint32_t dstWidth,
-                                           uint32_t dstHeight, uint32_t, unsigned char** dst,
-                                           uint32_t dstSize, tagColorCFG color, int32_t, tagRECT)
+int32_t CBmpProcessing::InvoicResampleImg2(uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount, uint32_t srcStride,
+                                           const unsigned char* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t,
+                                           unsigned char** dst, uint32_t dstSize, tagColorCFG color, int32_t, tagRECT)
 {
     const bool sizesFit = srcWidth <= INT32_MAX && srcHeight <= INT32_MAX;
-    BindImage(src, sizesFit ? static_cast<int32_t>(srcWidth) : 0,
-              sizesFit ? static_cast<int32_t>(srcHeight) : 0, static_cast<uint16_t>(bitCount),
-              srcStride);
+    BindImage(src, sizesFit ? static_cast<int32_t>(srcWidth) : 0, sizesFit ? static_cast<int32_t>(srcHeight) : 0,
+              static_cast<uint16_t>(bitCount), srcStride);
     const float xScale = static_cast<float>(srcWidth) / static_cast<float>(dstWidth);
     const float yScale = static_cast<float>(srcHeight) / static_cast<float>(dstHeight);
     if (dstHeight < 1 || dstWidth < 1) {
@@ -168,13 +164,19 @@ int32_t CBmpProcessing::InvoicResampleImg2(uint32_t srcWidth, uint32_t srcHeight
     const bool colour = bitCount == 24;
     const uint64_t bytesPerPixel = colour ? 3 : 1;
     const uint32_t dstStride = dstSize / dstHeight;
-    if (src == nullptr || dst == nullptr || *dst == nullptr || !sizesFit || srcWidth == 0 ||
-        srcHeight == 0 || uint64_t{srcStride} < srcWidth * bytesPerPixel ||
-        uint64_t{dstStride} < dstWidth * bytesPerPixel) {
+    if (src == nullptr || dst == nullptr || *dst == nullptr || !sizesFit || srcWidth == 0 || srcHeight == 0 ||
+        uint64_t{srcStride} < srcWidth * bytesPerPixel || uint64_t{dstStride} < dstWidth * bytesPerPixel) {
         return 0;
     }
-    const ResampleJob job{*dst,   dstWidth, dstHeight, dstStride, colour, xScale, yScale,
-                          SourcePositions(dstWidth, xScale), SourcePositions(dstHeight, yScale),
+    const ResampleJob job{*dst,
+                          dstWidth,
+                          dstHeight,
+                          dstStride,
+                          colour,
+                          xScale,
+                          yScale,
+                          SourcePositions(dstWidth, xScale),
+                          SourcePositions(dstHeight, yScale),
                           color};
     if (!HasReadableImage()) {
         // Images of other depths read as white everywhere: the general path.

@@ -20,8 +20,7 @@ constexpr int64_t kWhiteBlockSide = 100;
 inline tagRGBQUAD UnpackPixel(uint32_t word)
 {
     return tagRGBQUAD{static_cast<uint8_t>(word & 0xFFu), static_cast<uint8_t>((word >> 8) & 0xFFu),
-                      static_cast<uint8_t>((word >> 16) & 0xFFu),
-                      static_cast<uint8_t>((word >> 24) & 0xFFu)};
+                      static_cast<uint8_t>((word >> 16) & 0xFFu), static_cast<uint8_t>((word >> 24) & 0xFFu)};
 }
 
 // Returns the word of a pixel with the given channels and reserved 0.
@@ -41,12 +40,12 @@ int ReflectorThresholdKey(const uint16_t* histogram, int lastKey, int64_t limit)
 
 // Chroma statistics of the block method, averaged over all blocks.
 struct BlockChroma {
-    int64_t meanCb;   // Mb: mean of the block means of Cb
-    int64_t meanCr;   // Mr
-    int64_t devCb;    // Db: mean of the block mean deviations of Cb
-    int64_t devCr;    // Dr
-    int64_t blocks;   // number of 100 x 100 blocks (edge blocks partial)
-    int16_t maxY;     // largest stored Y, never below 0
+    int64_t meanCb;  // Mb: mean of the block means of Cb
+    int64_t meanCr;  // Mr
+    int64_t devCb;   // Db: mean of the block mean deviations of Cb
+    int64_t devCr;   // Dr
+    int64_t blocks;  // number of 100 x 100 blocks (edge blocks partial)
+    int16_t maxY;    // largest stored Y, never below 0
 };
 
 // Converts a width x height image (pixel words, row after row) into `ycc`
@@ -63,6 +62,6 @@ int NearWhiteThreshold(const uint16_t* histogram, int64_t nearWhiteCount);
 // clamped to 0..255.
 uint8_t NovelGainChannel(unsigned channel, double gain);
 
-} // namespace kvimg
+}  // namespace kvimg
 
 #endif

@@ -43,7 +43,7 @@ void sleepMs(int ms)
 }  // namespace
 
 CLEFile::CLEFile(std::string jobName)
-    : m_strJobName(std::move(jobName)), m_bRFIDJob(false), m_nMsgId(-1), m_nRecordIndex(0)
+        : m_strJobName(std::move(jobName)), m_bRFIDJob(false), m_nMsgId(-1), m_nRecordIndex(0)
 {
 }
 
@@ -97,8 +97,7 @@ bool CLEFile::RemoveRFIDFile()
 
 bool CLEFile::SendAndRecvMsgQueue(std::string& reply, const std::string& sign)
 {
-    const std::string request =
-        sign + m_strJobName + kFieldEnd + std::to_string(m_nRecordIndex) + kFieldEnd;
+    const std::string request = sign + m_strJobName + kFieldEnd + std::to_string(m_nRecordIndex) + kFieldEnd;
     LOGFMTD("SendMsg: %s", request.c_str());
     const int error = sendRequest(request);
     if (error != 0) {

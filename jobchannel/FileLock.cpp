@@ -34,16 +34,15 @@ std::string trimBlanks(const std::string& line)
 // Returns the record text: both lines, each ended by a single line feed.
 std::string formatJobInfo(int jobId, int jobIdx)
 {
-    return std::string(FileLock::kJobIdKey) + std::to_string(jobId) + "\n" +
-           FileLock::kJobIdxKey + std::to_string(jobIdx) + "\n";
+    return std::string(FileLock::kJobIdKey) + std::to_string(jobId) + "\n" + FileLock::kJobIdxKey +
+           std::to_string(jobIdx) + "\n";
 }
 
 // Looks for `key` in `line` and converts the text after it as a signed decimal
 // number (leading blanks skipped, anything after the digits ignored). Sets
 // `value` and `found` on success; a key without a number logs `errorText` and
 // leaves both alone. A line without the key changes nothing.
-void parseKey(const std::string& line, const char* key, const char* errorText, int& value,
-              bool& found)
+void parseKey(const std::string& line, const char* key, const char* errorText, int& value, bool& found)
 {
     const std::string::size_type position = line.find(key);
     if (position == std::string::npos) {
@@ -59,8 +58,7 @@ void parseKey(const std::string& line, const char* key, const char* errorText, i
 
 }  // namespace
 
-FileLock::FileLock()
-    : m_nFd(-1), m_bLocked(false), m_strPath(std::string(kDirectory) + kFileName)
+FileLock::FileLock() : m_nFd(-1), m_bLocked(false), m_strPath(std::string(kDirectory) + kFileName)
 {
     kvfile::OwnFile file = kvfile::openOwnFile(m_strPath.c_str(), O_RDWR | O_CREAT, kFileMode);
     m_nFd = file.fd.release();

@@ -63,8 +63,7 @@ OwnFile openOwnFile(const char* path, int flags, mode_t mode);
 // openOwnFile, with the file handed over as a stdio stream opened with
 // `streamMode` (an fdopen mode matching `flags`). Returns null when the file
 // cannot be used; `refusal`, when given, receives the reason.
-FILE* openOwnStream(const char* path, int flags, mode_t mode, const char* streamMode,
-                    Refusal* refusal = nullptr);
+FILE* openOwnStream(const char* path, int flags, mode_t mode, const char* streamMode, Refusal* refusal = nullptr);
 
 // "<path> is a symbolic link", "<path> belongs to another user", ... for a
 // refusal that says something is wrong with the file; empty for None and

@@ -33,10 +33,14 @@ constexpr unsigned kPressureMaxRate = 100;
 constexpr int kPercent = 100;
 
 // The kernel's id of the calling thread.
-uint32_t currentThreadId() { return static_cast<uint32_t>(syscall(SYS_gettid)); }
+uint32_t currentThreadId()
+{
+    return static_cast<uint32_t>(syscall(SYS_gettid));
+}
 
 // Returns path with a '/' at the end; an empty path stays empty (the working directory).
-std::string withTrailingSlash(const std::string &path) {
+std::string withTrailingSlash(const std::string& path)
+{
     if (path.empty() || path.back() == '/') {
         return path;
     }
@@ -45,10 +49,11 @@ std::string withTrailingSlash(const std::string &path) {
 
 // Returns the directory of a logger's file for a day: the path, then
 // "YYYY_MM/" when files are kept by month.
-std::string logDirectory(const std::string &path, bool monthDir, const LogDay &day) {
+std::string logDirectory(const std::string& path, bool monthDir, const LogDay& day)
+{
     std::string dir = withTrailingSlash(path);
     if (monthDir) {
-        char month[16]; // "YYYY_MM/" and a NUL, with room for wider years
+        char month[16];  // "YYYY_MM/" and a NUL, with room for wider years
         snprintf(month, sizeof(month), "%04d_%02d/", day.nYear, day.nMonth);
         dir += month;
     }
@@ -56,13 +61,14 @@ std::string logDirectory(const std::string &path, bool monthDir, const LogDay &d
 }
 
 // Creates every directory along dir that cannot be opened yet.
-void makeDirectories(const std::string &dir) {
+void makeDirectories(const std::string& dir)
+{
     for (size_t i = 1; i <= dir.size(); ++i) {
         if (i < dir.size() && dir[i] != '/') {
             continue;
         }
         std::string prefix = dir.substr(0, i);
-        DIR *handle = opendir(prefix.c_str());
+        DIR* handle = opendir(prefix.c_str());
         if (handle != nullptr) {
             closedir(handle);
             continue;
@@ -73,8 +79,9 @@ void makeDirectories(const std::string &dir) {
 
 // Returns the process name: the first string of /proc/<pid>/cmdline after
 // its last '/', or "process" when it cannot be read.
-std::string readProcessName(int pid) {
-    char procPath[64]; // "/proc/" + a decimal pid + "/cmdline"
+std::string readProcessName(int pid)
+{
+    char procPath[64];  // "/proc/" + a decimal pid + "/cmdline"
     snprintf(procPath, sizeof(procPath), "/proc/%d/cmdline", pid);
     Log4zFileHandler cmdline;
     std::string name;
@@ -90,13 +97,13 @@ std::string readProcessName(int pid) {
 }
 
 // Appends " <base name of file>:<line>" as far as the record's room allows.
-void appendFileLine(LogData *pLog, const char *file, int line) {
+void appendFileLine(LogData* pLog, const char* file, int line)
+{
     int room = kLogTextCapacity - pLog->nLength;
     if (room <= 0) {
         return;
     }
-    int len = snprintf(pLog->text + pLog->nLength, static_cast<size_t>(room), " %s:%d",
-                       logFileBaseName(file), line);
+    int len = snprintf(pLog->text + pLog->nLength, static_cast<size_t>(room), " %s:%d", logFileBaseName(file), line);
     if (len < 0) {
         len = 0;
     }
@@ -105,7 +112,8 @@ void appendFileLine(LogData *pLog, const char *file, int line) {
 
 // Ends the line with "\r\n" and a NUL, cutting it first when it is too long;
 // the length then counts the "\r\n".
-void terminateRecord(LogData *pLog) {
+void terminateRecord(LogData* pLog)
+{
     if (pLog->nLength > kLogLineMaxLength) {
         pLog->nLength = kLogLineMaxLength;
     }
@@ -117,7 +125,8 @@ void terminateRecord(LogData *pLog) {
 
 // Clamps a record's length into its text, so that a damaged record cannot
 // make the logger write outside it.
-void sanitizeLength(LogData *pLog) {
+void sanitizeLength(LogData* pLog)
+{
     if (pLog->nLength < 0) {
         pLog->nLength = 0;
     }
@@ -126,58 +135,67 @@ void sanitizeLength(LogData *pLog) {
     }
 }
 
-} // namespace
+}  // namespace
 
-ILog4zManager *ILog4zManager::getInstance() {
+ILog4zManager* ILog4zManager::getInstance()
+{
     // Never destroyed, so process exit cannot race a destructor against the worker.
-    static LogerManager *const instance = new LogerManager();
+    static LogerManager* const instance = new LogerManager();
     return instance;
 }
 
 LoggerInfo::LoggerInfo()
-    : strPath(kDefaultLogPath), nLevel(LOG_DEBUG), bDisplay(true), bOutFile(true),
-      bMonthDir(false), dwLimitSize(kDefaultLimitSizeMb), bEnable(false), bFileLine(true),
-      dwReserveTime(0), dwFileCreateTime(0), dwFileCreateDay(0), dwFileIndex(0), dwWriterSize(0) {}
+        : strPath(kDefaultLogPath), nLevel(LOG_DEBUG), bDisplay(true), bOutFile(true), bMonthDir(false),
+          dwLimitSize(kDefaultLimitSizeMb), bEnable(false), bFileLine(true), dwReserveTime(0), dwFileCreateTime(0),
+          dwFileCreateDay(0), dwFileIndex(0), dwWriterSize(0)
+{
+}
 
 LogerManager::LogerManager()
-    : m_nLastId(LOG4Z_MAIN_LOGGER_ID), m_bRuning(false), m_nAutoUpdate(0), m_lastAutoCheck(0),
-      m_nQueued(0), m_ullStatusTotalWriteCount(0), m_ullStatusTotalWriteBytes(0),
-      m_ullStatusTotalPushQueue(0), m_ullStatusTotalPopQueue(0), m_writesSinceFlush(),
-      m_day(LogDay::of(time(nullptr))) {
-    char pid[32]; // six or more digits and a NUL
+        : m_nLastId(LOG4Z_MAIN_LOGGER_ID), m_bRuning(false), m_nAutoUpdate(0), m_lastAutoCheck(0), m_nQueued(0),
+          m_ullStatusTotalWriteCount(0), m_ullStatusTotalWriteBytes(0), m_ullStatusTotalPushQueue(0),
+          m_ullStatusTotalPopQueue(0), m_writesSinceFlush(), m_day(LogDay::of(time(nullptr)))
+{
+    char pid[32];  // six or more digits and a NUL
     snprintf(pid, sizeof(pid), "%06d", static_cast<int>(getpid()));
     m_strPid = pid;
     m_strProcessName = readProcessName(static_cast<int>(getpid()));
-    LoggerInfo &mainLogger = m_loggers[LOG4Z_MAIN_LOGGER_ID];
+    LoggerInfo& mainLogger = m_loggers[LOG4Z_MAIN_LOGGER_ID];
     mainLogger.strKey = "Main";
     mainLogger.strName = "Main";
     mainLogger.bEnable = true;
     m_ids[mainLogger.strKey] = LOG4Z_MAIN_LOGGER_ID;
 }
 
-LogerManager::~LogerManager() {
+LogerManager::~LogerManager()
+{
     stop();
     ThreadHelper::wait();
-    for (LogData *pLog : m_logs) {
+    for (LogData* pLog : m_logs) {
         free(pLog);
     }
-    for (LogData *pLog : m_freeLogDatas) {
+    for (LogData* pLog : m_freeLogDatas) {
         free(pLog);
     }
 }
 
-bool LogerManager::isValidId(LoggerId id) const { return id >= 0 && id <= m_nLastId; }
+bool LogerManager::isValidId(LoggerId id) const
+{
+    return id >= 0 && id <= m_nLastId;
+}
 
 // True when the manager runs and the logger is on and wants this level.
-bool LogerManager::accepts(LoggerId id, int level) const {
+bool LogerManager::accepts(LoggerId id, int level) const
+{
     if (!isValidId(id) || !m_bRuning) {
         return false;
     }
-    const LoggerInfo &info = m_loggers[id];
+    const LoggerInfo& info = m_loggers[id];
     return info.bEnable && level >= info.nLevel;
 }
 
-bool LogerManager::prePushLog(LoggerId id, int level) {
+bool LogerManager::prePushLog(LoggerId id, int level)
+{
     if (!accepts(id, level)) {
         return false;
     }
@@ -206,24 +224,26 @@ bool LogerManager::prePushLog(LoggerId id, int level) {
     return true;
 }
 
-LogData *LogerManager::allocLogData() {
+LogData* LogerManager::allocLogData()
+{
     {
         AutoLock guard(m_freeLock);
         if (!m_freeLogDatas.empty()) {
-            LogData *pLog = m_freeLogDatas.back();
+            LogData* pLog = m_freeLogDatas.back();
             m_freeLogDatas.pop_back();
             return pLog;
         }
     }
-    LogData *pLog = static_cast<LogData *>(malloc(sizeof(LogData)));
+    LogData* pLog = static_cast<LogData*>(malloc(sizeof(LogData)));
     if (pLog != nullptr) {
-        memset(static_cast<void *>(pLog), 0, kLogDataClearBytes);
+        memset(static_cast<void*>(pLog), 0, kLogDataClearBytes);
     }
     return pLog;
 }
 
 // Returns the local day of time, recomputing the cache only when time leaves it.
-LogDay LogerManager::cachedDay(int64_t time) {
+LogDay LogerManager::cachedDay(int64_t time)
+{
     AutoLock guard(m_dayLock);
     if (!m_day.covers(time)) {
         m_day = LogDay::of(time);
@@ -231,8 +251,9 @@ LogDay LogerManager::cachedDay(int64_t time) {
     return m_day;
 }
 
-LogData *LogerManager::makeLogData(LoggerId id, int level) {
-    LogData *pLog = allocLogData();
+LogData* LogerManager::makeLogData(LoggerId id, int level)
+{
+    LogData* pLog = allocLogData();
     if (pLog == nullptr) {
         return nullptr;
     }
@@ -246,13 +267,13 @@ LogData *LogerManager::makeLogData(LoggerId id, int level) {
     pLog->dwMilliseconds = static_cast<uint32_t>(now.tv_usec / kMicrosPerMilli);
     pLog->dwThreadId = currentThreadId();
     LogDay day = cachedDay(pLog->dwTime);
-    pLog->nLength = formatLogPrefix(pLog->text, day, pLog->dwTime, pLog->dwMilliseconds,
-                                    pLog->dwThreadId, level);
+    pLog->nLength = formatLogPrefix(pLog->text, day, pLog->dwTime, pLog->dwMilliseconds, pLog->dwThreadId, level);
     pLog->text[pLog->nLength] = '\0';
     return pLog;
 }
 
-void LogerManager::freeLogData(LogData *log) {
+void LogerManager::freeLogData(LogData* log)
+{
     if (log == nullptr) {
         return;
     }
@@ -264,12 +285,14 @@ void LogerManager::freeLogData(LogData *log) {
     m_freeLogDatas.push_back(log);
 }
 
-size_t LogerManager::getFreePoolSize() {
+size_t LogerManager::getFreePoolSize()
+{
     AutoLock guard(m_freeLock);
     return m_freeLogDatas.size();
 }
 
-bool LogerManager::pushLog(LogData *pLog, const char *file, int line) {
+bool LogerManager::pushLog(LogData* pLog, const char* file, int line)
+{
     if (pLog == nullptr) {
         return false;
     }
@@ -278,7 +301,7 @@ bool LogerManager::pushLog(LogData *pLog, const char *file, int line) {
         return false;
     }
     sanitizeLength(pLog);
-    LoggerInfo &info = m_loggers[pLog->nId];
+    LoggerInfo& info = m_loggers[pLog->nId];
     if (info.bFileLine && file != nullptr) {
         appendFileLine(pLog, file, line);
     }
@@ -294,12 +317,13 @@ bool LogerManager::pushLog(LogData *pLog, const char *file, int line) {
 
 // Opens the logger's file, writes the record and closes the file again, so a
 // crash never loses more than the line being written.
-void LogerManager::writeRecord(LogData *pLog) {
+void LogerManager::writeRecord(LogData* pLog)
+{
     AutoLock guard(m_writeLock);
     if (!openLogger(pLog)) {
         return;
     }
-    LoggerInfo &info = m_loggers[pLog->nId];
+    LoggerInfo& info = m_loggers[pLog->nId];
     size_t len = static_cast<size_t>(pLog->nLength);
     if (info.fileHandle.write(pLog->text, len) != len) {
         info.fileHandle.close();
@@ -313,16 +337,16 @@ void LogerManager::writeRecord(LogData *pLog) {
 
 // Makes sure the record's logger has its file open (caller holds the write
 // lock); false when the record is not to be written or the file cannot open.
-bool LogerManager::openLogger(LogData *pLog) {
+bool LogerManager::openLogger(LogData* pLog)
+{
     if (!isValidId(pLog->nId)) {
         return false;
     }
-    LoggerInfo &info = m_loggers[pLog->nId];
+    LoggerInfo& info = m_loggers[pLog->nId];
     if (!info.bEnable || !info.bOutFile || pLog->nLevel < info.nLevel) {
         return false;
     }
-    bool sameDay =
-        pLog->dwTime >= info.dwFileCreateDay && pLog->dwTime <= info.dwFileCreateDay + kSecondsPerDay - 1;
+    bool sameDay = pLog->dwTime >= info.dwFileCreateDay && pLog->dwTime <= info.dwFileCreateDay + kSecondsPerDay - 1;
     bool overLimit = info.dwWriterSize > (static_cast<uint64_t>(info.dwLimitSize) << kMegabyteShift);
     if (sameDay) {
         if (!overLimit && info.fileHandle.isOpen()) {
@@ -340,7 +364,8 @@ bool LogerManager::openLogger(LogData *pLog) {
 
 // Opens (or continues) the logger's file for a record stamped time. The file
 // name carries neither date nor index, so a reopening continues the same file.
-bool LogerManager::reopenLogger(LoggerInfo &info, int64_t time) {
+bool LogerManager::reopenLogger(LoggerInfo& info, int64_t time)
+{
     LogDay day = LogDay::of(time);
     info.dwFileCreateTime = time;
     info.dwFileCreateDay = day.dwMidnight;
@@ -366,20 +391,23 @@ bool LogerManager::reopenLogger(LoggerInfo &info, int64_t time) {
 
 // Deletes the oldest files older than the reserve time, always keeping the
 // newest entry of the history.
-void LogerManager::pruneHistory(LoggerInfo &info, int64_t now) {
+void LogerManager::pruneHistory(LoggerInfo& info, int64_t now)
+{
     while (info.history.size() > 1 && info.history.front().first < now - info.dwReserveTime) {
         remove(info.history.front().second.c_str());
         info.history.pop_front();
     }
 }
 
-void LogerManager::closeLogger(LoggerId id) {
+void LogerManager::closeLogger(LoggerId id)
+{
     if (id >= 0 && id < kMaxLoggers) {
         m_loggers[id].fileHandle.close();
     }
 }
 
-LoggerId LogerManager::createLogger(const char *key) {
+LoggerId LogerManager::createLogger(const char* key)
+{
     if (key == nullptr) {
         return LOG4Z_INVALID_LOGGER_ID;
     }
@@ -397,7 +425,7 @@ LoggerId LogerManager::createLogger(const char *key) {
         return LOG4Z_INVALID_LOGGER_ID;
     }
     LoggerId id = m_nLastId + 1;
-    LoggerInfo &info = m_loggers[id];
+    LoggerInfo& info = m_loggers[id];
     info.strKey = trimmed;
     info.strName = trimmed;
     info.bEnable = true;
@@ -406,7 +434,8 @@ LoggerId LogerManager::createLogger(const char *key) {
     return id;
 }
 
-LoggerId LogerManager::findLogger(const char *key) {
+LoggerId LogerManager::findLogger(const char* key)
+{
     if (key == nullptr) {
         return LOG4Z_INVALID_LOGGER_ID;
     }
@@ -417,15 +446,16 @@ LoggerId LogerManager::findLogger(const char *key) {
 
 // Builds a setting record and hands it to the worker; with no worker running
 // it is applied here, so settings made before start() shape the first file.
-bool LogerManager::changeSetting(LoggerId id, LogDataType type, int32_t value, const char *text) {
+bool LogerManager::changeSetting(LoggerId id, LogDataType type, int32_t value, const char* text)
+{
     if (!isValidId(id)) {
         return false;
     }
-    LogData *pLog = allocLogData();
+    LogData* pLog = allocLogData();
     if (pLog == nullptr) {
         return false;
     }
-    memset(static_cast<void *>(pLog), 0, kLogDataClearBytes);
+    memset(static_cast<void*>(pLog), 0, kLogDataClearBytes);
     pLog->nId = id;
     pLog->nType = type;
     pLog->nValue = value;
@@ -444,43 +474,69 @@ bool LogerManager::changeSetting(LoggerId id, LogDataType type, int32_t value, c
 
 // Applies a setting record and closes the logger's file so the next record
 // reopens it with the new settings.
-void LogerManager::onHotChange(const LogData *pLog) {
+void LogerManager::onHotChange(const LogData* pLog)
+{
     AutoLock guard(m_writeLock);
     if (!isValidId(pLog->nId)) {
         return;
     }
-    LoggerInfo &info = m_loggers[pLog->nId];
+    LoggerInfo& info = m_loggers[pLog->nId];
     switch (pLog->nType) {
-    case LDT_ENABLE_LOGGER: info.bEnable = pLog->nValue != 0; break;
-    case LDT_SET_LOGGER_NAME: info.strName = pLog->text; break;
-    case LDT_SET_LOGGER_PATH: info.strPath = pLog->text; break;
-    case LDT_SET_LOGGER_LEVEL: info.nLevel = pLog->nValue; break;
-    case LDT_SET_LOGGER_FILELINE: info.bFileLine = pLog->nValue != 0; break;
-    case LDT_SET_LOGGER_DISPLAY: info.bDisplay = pLog->nValue != 0; break;
-    case LDT_SET_LOGGER_OUTFILE: info.bOutFile = pLog->nValue != 0; break;
-    case LDT_SET_LOGGER_LIMITSIZE: info.dwLimitSize = static_cast<uint32_t>(pLog->nValue); break;
-    case LDT_SET_LOGGER_MONTHDIR: info.bMonthDir = pLog->nValue != 0; break;
-    case LDT_SET_LOGGER_RESERVETIME: info.dwReserveTime = pLog->nValue; break;
-    default: break;
+    case LDT_ENABLE_LOGGER:
+        info.bEnable = pLog->nValue != 0;
+        break;
+    case LDT_SET_LOGGER_NAME:
+        info.strName = pLog->text;
+        break;
+    case LDT_SET_LOGGER_PATH:
+        info.strPath = pLog->text;
+        break;
+    case LDT_SET_LOGGER_LEVEL:
+        info.nLevel = pLog->nValue;
+        break;
+    case LDT_SET_LOGGER_FILELINE:
+        info.bFileLine = pLog->nValue != 0;
+        break;
+    case LDT_SET_LOGGER_DISPLAY:
+        info.bDisplay = pLog->nValue != 0;
+        break;
+    case LDT_SET_LOGGER_OUTFILE:
+        info.bOutFile = pLog->nValue != 0;
+        break;
+    case LDT_SET_LOGGER_LIMITSIZE:
+        info.dwLimitSize = static_cast<uint32_t>(pLog->nValue);
+        break;
+    case LDT_SET_LOGGER_MONTHDIR:
+        info.bMonthDir = pLog->nValue != 0;
+        break;
+    case LDT_SET_LOGGER_RESERVETIME:
+        info.dwReserveTime = pLog->nValue;
+        break;
+    default:
+        break;
     }
     closeLogger(pLog->nId);
 }
 
-bool LogerManager::enableLogger(LoggerId id, bool enable) {
+bool LogerManager::enableLogger(LoggerId id, bool enable)
+{
     return changeSetting(id, LDT_ENABLE_LOGGER, enable ? 1 : 0, nullptr);
 }
 
-bool LogerManager::setLoggerName(LoggerId id, const char *name) {
+bool LogerManager::setLoggerName(LoggerId id, const char* name)
+{
     return name != nullptr && changeSetting(id, LDT_SET_LOGGER_NAME, 0, name);
 }
 
-bool LogerManager::setLoggerPath(LoggerId id, const char *path) {
+bool LogerManager::setLoggerPath(LoggerId id, const char* path)
+{
     return path != nullptr && changeSetting(id, LDT_SET_LOGGER_PATH, 0, path);
 }
 
 // Lowering (or keeping) the level takes effect at once so no wanted line is
 // lost; raising it waits its turn in the queue behind the records before it.
-bool LogerManager::setLoggerLevel(LoggerId id, int nLevel) {
+bool LogerManager::setLoggerLevel(LoggerId id, int nLevel)
+{
     if (!isValidId(id)) {
         return false;
     }
@@ -491,50 +547,73 @@ bool LogerManager::setLoggerLevel(LoggerId id, int nLevel) {
     return changeSetting(id, LDT_SET_LOGGER_LEVEL, nLevel, nullptr);
 }
 
-bool LogerManager::setLoggerFileLine(LoggerId id, bool enable) {
+bool LogerManager::setLoggerFileLine(LoggerId id, bool enable)
+{
     return changeSetting(id, LDT_SET_LOGGER_FILELINE, enable ? 1 : 0, nullptr);
 }
 
-bool LogerManager::setLoggerDisplay(LoggerId id, bool enable) {
+bool LogerManager::setLoggerDisplay(LoggerId id, bool enable)
+{
     return changeSetting(id, LDT_SET_LOGGER_DISPLAY, enable ? 1 : 0, nullptr);
 }
 
-bool LogerManager::setLoggerOutFile(LoggerId id, bool enable) {
+bool LogerManager::setLoggerOutFile(LoggerId id, bool enable)
+{
     return changeSetting(id, LDT_SET_LOGGER_OUTFILE, enable ? 1 : 0, nullptr);
 }
 
 // The limit travels in the record's signed value and comes back unsigned.
-bool LogerManager::setLoggerLimitsize(LoggerId id, unsigned int limitsize) {
+bool LogerManager::setLoggerLimitsize(LoggerId id, unsigned int limitsize)
+{
     return changeSetting(id, LDT_SET_LOGGER_LIMITSIZE, static_cast<int32_t>(limitsize), nullptr);
 }
 
-bool LogerManager::setLoggerMonthdir(LoggerId id, bool enable) {
+bool LogerManager::setLoggerMonthdir(LoggerId id, bool enable)
+{
     return changeSetting(id, LDT_SET_LOGGER_MONTHDIR, enable ? 1 : 0, nullptr);
 }
 
 // The record's value is 32 bits; longer reserve times are cut to the largest
 // that fits (about 68 years), shorter negative ones to the smallest.
-bool LogerManager::setLoggerReserveTime(LoggerId id, long seconds) {
+bool LogerManager::setLoggerReserveTime(LoggerId id, long seconds)
+{
     long clamped = seconds > INT32_MAX ? INT32_MAX : (seconds < INT32_MIN ? INT32_MIN : seconds);
     return changeSetting(id, LDT_SET_LOGGER_RESERVETIME, static_cast<int32_t>(clamped), nullptr);
 }
 
-bool LogerManager::setAutoUpdate(int interval) {
+bool LogerManager::setAutoUpdate(int interval)
+{
     m_nAutoUpdate = interval < 0 ? 0 : interval;
     return true;
 }
 
-bool LogerManager::isLoggerEnable(LoggerId id) { return isValidId(id) && m_loggers[id].bEnable; }
+bool LogerManager::isLoggerEnable(LoggerId id)
+{
+    return isValidId(id) && m_loggers[id].bEnable;
+}
 
-unsigned long long LogerManager::getStatusTotalWriteCount() { return m_ullStatusTotalWriteCount; }
+unsigned long long LogerManager::getStatusTotalWriteCount()
+{
+    return m_ullStatusTotalWriteCount;
+}
 
-unsigned long long LogerManager::getStatusTotalWriteBytes() { return m_ullStatusTotalWriteBytes; }
+unsigned long long LogerManager::getStatusTotalWriteBytes()
+{
+    return m_ullStatusTotalWriteBytes;
+}
 
-unsigned long long LogerManager::getStatusTotalPushQueue() { return m_ullStatusTotalPushQueue; }
+unsigned long long LogerManager::getStatusTotalPushQueue()
+{
+    return m_ullStatusTotalPushQueue;
+}
 
-unsigned long long LogerManager::getStatusTotalPopQueue() { return m_ullStatusTotalPopQueue; }
+unsigned long long LogerManager::getStatusTotalPopQueue()
+{
+    return m_ullStatusTotalPopQueue;
+}
 
-unsigned int LogerManager::getStatusActiveLoggers() {
+unsigned int LogerManager::getStatusActiveLoggers()
+{
     unsigned int active = 0;
     for (LoggerId id = 0; id <= m_nLastId; ++id) {
         active += m_loggers[id].bEnable ? 1 : 0;
@@ -542,12 +621,13 @@ unsigned int LogerManager::getStatusActiveLoggers() {
     return active;
 }
 
-bool LogerManager::getLoggerSnapshot(LoggerId id, LoggerSnapshot &out) {
+bool LogerManager::getLoggerSnapshot(LoggerId id, LoggerSnapshot& out)
+{
     AutoLock guard(m_writeLock);
     if (!isValidId(id)) {
         return false;
     }
-    const LoggerInfo &info = m_loggers[id];
+    const LoggerInfo& info = m_loggers[id];
     out.strKey = info.strKey;
     out.strName = info.strName;
     out.strPath = info.strPath;
@@ -568,7 +648,8 @@ bool LogerManager::getLoggerSnapshot(LoggerId id, LoggerSnapshot &out) {
     return true;
 }
 
-void LogerManager::pushToQueue(LogData *pLog) {
+void LogerManager::pushToQueue(LogData* pLog)
+{
     AutoLock guard(m_logLock);
     m_logs.push_back(pLog);
     m_nQueued = m_logs.size();
@@ -576,24 +657,27 @@ void LogerManager::pushToQueue(LogData *pLog) {
 }
 
 // Returns the oldest queued record, or null when the queue is empty.
-LogData *LogerManager::popFromQueue() {
+LogData* LogerManager::popFromQueue()
+{
     AutoLock guard(m_logLock);
     if (m_logs.empty()) {
         return nullptr;
     }
-    LogData *pLog = m_logs.front();
+    LogData* pLog = m_logs.front();
     m_logs.pop_front();
     m_nQueued = m_logs.size();
     ++m_ullStatusTotalPopQueue;
     return pLog;
 }
 
-size_t LogerManager::lockedQueueSize() {
+size_t LogerManager::lockedQueueSize()
+{
     AutoLock guard(m_logLock);
     return m_logs.size();
 }
 
-bool LogerManager::start() {
+bool LogerManager::start()
+{
     if (m_bRuning) {
         return false;
     }
@@ -603,7 +687,8 @@ bool LogerManager::start() {
     return m_semaphore.wait(kWorkerStartTimeoutMs);
 }
 
-bool LogerManager::stop() {
+bool LogerManager::stop()
+{
     if (!m_bRuning.exchange(false)) {
         return false;
     }
@@ -615,8 +700,9 @@ bool LogerManager::stop() {
 
 // Settings queued in the instant between a setter's look at the running flag
 // and the worker leaving are applied here rather than lost.
-void LogerManager::applyLeftoverSettings() {
-    LogData *pLog;
+void LogerManager::applyLeftoverSettings()
+{
+    LogData* pLog;
     while ((pLog = popFromQueue()) != nullptr) {
         if (pLog->nType != LDT_GENERAL) {
             onHotChange(pLog);
@@ -625,13 +711,14 @@ void LogerManager::applyLeftoverSettings() {
     }
 }
 
-void LogerManager::run() {
+void LogerManager::run()
+{
     m_bRuning = true;
     m_lastAutoCheck = time(nullptr);
     writeStartBanner();
     m_semaphore.post();
     while (true) {
-        LogData *pLog = popFromQueue();
+        LogData* pLog = popFromQueue();
         if (pLog != nullptr) {
             serviceRecord(pLog);
             continue;
@@ -647,22 +734,23 @@ void LogerManager::run() {
 }
 
 // The banner, then one line per logger id in use, on the main logger.
-void LogerManager::writeStartBanner() {
+void LogerManager::writeStartBanner()
+{
     LOG_FORMAT_ON(this, LOG4Z_MAIN_LOGGER_ID, LOG_ALARM, "%s", kLogStartBanner);
     for (LoggerId id = 0; id <= m_nLastId; ++id) {
         LoggerSnapshot s;
         if (!getLoggerSnapshot(id, s)) {
             continue;
         }
-        LOG_FORMAT_ON(this, LOG4Z_MAIN_LOGGER_ID, LOG_ALARM,
-                      "logger id=%d key=%s name=%s path=%s level=%d display=%s", id,
-                      s.strKey.c_str(), s.strName.c_str(), s.strPath.c_str(), s.nLevel,
+        LOG_FORMAT_ON(this, LOG4Z_MAIN_LOGGER_ID, LOG_ALARM, "logger id=%d key=%s name=%s path=%s level=%d display=%s",
+                      id, s.strKey.c_str(), s.strName.c_str(), s.strPath.c_str(), s.nLevel,
                       s.bDisplay ? "true" : "false");
     }
 }
 
 // Serves one queued record: a setting is applied, a line is written.
-void LogerManager::serviceRecord(LogData *pLog) {
+void LogerManager::serviceRecord(LogData* pLog)
+{
     if (!isValidId(pLog->nId)) {
         freeLogData(pLog);
         return;
@@ -677,10 +765,11 @@ void LogerManager::serviceRecord(LogData *pLog) {
 
 // Flushes files that took writes since the last pass and closes the files of
 // loggers that were switched off.
-void LogerManager::idleMaintenance() {
+void LogerManager::idleMaintenance()
+{
     AutoLock guard(m_writeLock);
     for (LoggerId id = 0; id <= m_nLastId; ++id) {
-        LoggerInfo &info = m_loggers[id];
+        LoggerInfo& info = m_loggers[id];
         if (!info.bEnable) {
             info.fileHandle.close();
             continue;
@@ -693,7 +782,8 @@ void LogerManager::idleMaintenance() {
 }
 
 // Re-reads the configuration file when more than the interval has passed.
-void LogerManager::autoUpdateIfDue() {
+void LogerManager::autoUpdateIfDue()
+{
     int interval = m_nAutoUpdate;
     if (interval <= 0) {
         return;
@@ -705,7 +795,8 @@ void LogerManager::autoUpdateIfDue() {
     }
 }
 
-void LogerManager::closeAllFiles() {
+void LogerManager::closeAllFiles()
+{
     AutoLock guard(m_writeLock);
     for (LoggerId id = 0; id < kMaxLoggers; ++id) {
         closeLogger(id);

@@ -13,25 +13,30 @@ const char kMainKeyLower[] = "main";
 constexpr int kDecimal = 10;
 
 // Returns text in lower case (ASCII).
-std::string lowered(std::string text) {
-    for (char &c : text) {
+std::string lowered(std::string text)
+{
+    for (char& c : text) {
         c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
     }
     return text;
 }
 
 // Returns false for "false" and "0" (already lower case), true for anything else.
-bool parseBool(const std::string &value) { return !(value == "false" || value == "0"); }
+bool parseBool(const std::string& value)
+{
+    return !(value == "false" || value == "0");
+}
 
 // Sets level from a level word; returns false, leaving level alone, for an unknown word.
-bool parseLevel(const std::string &value, int32_t &level) {
+bool parseLevel(const std::string& value, int32_t& level)
+{
     static const struct {
-        const char *word;
+        const char* word;
         int32_t level;
     } kLevelWords[] = {{"trace", LOG_TRACE}, {"all", LOG_TRACE},   {"debug", LOG_DEBUG},
-                       {"info", LOG_INFO},   {"warn", LOG_WARN},    {"warning", LOG_WARN},
-                       {"error", LOG_ERROR}, {"alarm", LOG_ALARM},  {"fatal", LOG_FATAL}};
-    for (const auto &entry : kLevelWords) {
+                       {"info", LOG_INFO},   {"warn", LOG_WARN},   {"warning", LOG_WARN},
+                       {"error", LOG_ERROR}, {"alarm", LOG_ALARM}, {"fatal", LOG_FATAL}};
+    for (const auto& entry : kLevelWords) {
         if (value == entry.word) {
             level = entry.level;
             return true;
@@ -42,7 +47,8 @@ bool parseLevel(const std::string &value, int32_t &level) {
 
 // The settings a newly opened section starts from; the file name stem
 // defaults to the key, as for a logger made by createLogger.
-LoggerSettings sectionDefaults(const std::string &key) {
+LoggerSettings sectionDefaults(const std::string& key)
+{
     LoggerSettings section;
     section.strKey = key;
     section.strName = key;
@@ -51,7 +57,8 @@ LoggerSettings sectionDefaults(const std::string &key) {
 }
 
 // Applies one "key = value" pair (key already lower case); unknown keys are ignored.
-void applyPair(LoggerSettings &section, const std::string &key, const std::string &value) {
+void applyPair(LoggerSettings& section, const std::string& key, const std::string& value)
+{
     std::string lower = lowered(value);
     if (key == "path") {
         section.strPath = value;
@@ -81,7 +88,8 @@ void applyPair(LoggerSettings &section, const std::string &key, const std::strin
 class SectionList {
 public:
     // Returns the index of the section for key, opening it when new.
-    size_t open(const std::string &key) {
+    size_t open(const std::string& key)
+    {
         for (size_t i = 0; i < m_sections.size(); ++i) {
             if (m_sections[i].strKey == key) {
                 return i;
@@ -90,8 +98,8 @@ public:
         m_sections.push_back(sectionDefaults(key));
         return m_sections.size() - 1;
     }
-    LoggerSettings &at(size_t index) { return m_sections[index]; }
-    const std::vector<LoggerSettings> &all() const { return m_sections; }
+    LoggerSettings& at(size_t index) { return m_sections[index]; }
+    const std::vector<LoggerSettings>& all() const { return m_sections; }
 
 private:
     std::vector<LoggerSettings> m_sections;
@@ -99,14 +107,16 @@ private:
 
 // Returns the key a section line names: the line without its brackets, with
 // any case of "main" meaning the main logger.
-std::string sectionKey(std::string line) {
+std::string sectionKey(std::string line)
+{
     trimLogConfig(line, "[]");
     return lowered(line) == kMainKeyLower ? std::string(kMainKey) : line;
 }
 
 // Splits a configuration text into its sections. Pairs before the first
 // section belong to no logger and are dropped.
-std::vector<LoggerSettings> parseLogConfig(const std::string &content) {
+std::vector<LoggerSettings> parseLogConfig(const std::string& content)
+{
     SectionList sections;
     bool haveSection = false;
     size_t current = 0;
@@ -141,7 +151,8 @@ std::vector<LoggerSettings> parseLogConfig(const std::string &content) {
 }
 
 // Reads a whole file into text; false when it cannot be opened.
-bool readConfigFile(const std::string &path, std::string &text) {
+bool readConfigFile(const std::string& path, std::string& text)
+{
     Log4zFileHandler file;
     if (!file.open(path.c_str(), "rb")) {
         return false;
@@ -150,9 +161,10 @@ bool readConfigFile(const std::string &path, std::string &text) {
     return true;
 }
 
-} // namespace
+}  // namespace
 
-bool LogerManager::config(const char *configPath) {
+bool LogerManager::config(const char* configPath)
+{
     if (configPath == nullptr) {
         return false;
     }
@@ -170,14 +182,16 @@ bool LogerManager::config(const char *configPath) {
     return configFromStringImpl(text, false);
 }
 
-bool LogerManager::configFromString(const char *configContent) {
+bool LogerManager::configFromString(const char* configContent)
+{
     if (configContent == nullptr) {
         return false;
     }
     return configFromStringImpl(configContent, false);
 }
 
-bool LogerManager::updateConfig() {
+bool LogerManager::updateConfig()
+{
     std::string path;
     {
         AutoLock guard(m_configLock);
@@ -193,8 +207,9 @@ bool LogerManager::updateConfig() {
     return configFromStringImpl(text, true);
 }
 
-bool LogerManager::configFromStringImpl(const std::string &content, bool isUpdate) {
-    for (const LoggerSettings &section : parseLogConfig(content)) {
+bool LogerManager::configFromStringImpl(const std::string& content, bool isUpdate)
+{
+    for (const LoggerSettings& section : parseLogConfig(content)) {
         applySection(section, isUpdate);
     }
     return true;
@@ -202,7 +217,8 @@ bool LogerManager::configFromStringImpl(const std::string &content, bool isUpdat
 
 // Applies a section to the logger with its key, creating that logger when
 // absent (and skipping the section when no logger can be created).
-void LogerManager::applySection(const LoggerSettings &section, bool isUpdate) {
+void LogerManager::applySection(const LoggerSettings& section, bool isUpdate)
+{
     LoggerId id = LOG4Z_MAIN_LOGGER_ID;
     bool created = false;
     if (section.strKey != kMainKey) {
@@ -224,9 +240,10 @@ void LogerManager::applySection(const LoggerSettings &section, bool isUpdate) {
 }
 
 // Copies a section into a logger in one step and closes its file.
-void LogerManager::copySettings(LoggerId id, const LoggerSettings &section) {
+void LogerManager::copySettings(LoggerId id, const LoggerSettings& section)
+{
     AutoLock guard(m_writeLock);
-    LoggerInfo &info = m_loggers[id];
+    LoggerInfo& info = m_loggers[id];
     info.strName = section.strName;
     info.strPath = section.strPath;
     info.nLevel = section.nLevel;
@@ -242,7 +259,8 @@ void LogerManager::copySettings(LoggerId id, const LoggerSettings &section) {
 
 // Sends a section to a logger through the setting operations, so that a
 // running logger changes in queue order and reopens its file afterwards.
-void LogerManager::applyBySetters(LoggerId id, const LoggerSettings &section) {
+void LogerManager::applyBySetters(LoggerId id, const LoggerSettings& section)
+{
     enableLogger(id, section.bEnable);
     setLoggerName(id, section.strName.c_str());
     setLoggerPath(id, section.strPath.c_str());

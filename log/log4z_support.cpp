@@ -20,13 +20,13 @@ constexpr long kNanosPerMilli = 1000000L;
 constexpr long long kMillisPerSecond = 1000;
 constexpr int kSecondsPerHour = 3600;
 constexpr int kSecondsPerMinute = 60;
-constexpr int kFirstTmYear = 1900; // struct tm counts years from 1900
+constexpr int kFirstTmYear = 1900;  // struct tm counts years from 1900
 // The date fields of a prefix have fixed widths; values outside them are clamped.
 constexpr int kMaxYear = 9999;
 constexpr unsigned kMaxMilliseconds = 999;
 
 // The level names, indexed by level.
-const char *const kLevelNames[] = {"LOG_TRACE", "LOG_DEBUG", "LOG_INFO", "LOG_WARN",
+const char* const kLevelNames[] = {"LOG_TRACE", "LOG_DEBUG", "LOG_INFO", "LOG_WARN",
                                    "LOG_ERROR", "LOG_ALARM", "LOG_FATAL"};
 constexpr int kLevelCount = sizeof(kLevelNames) / sizeof(kLevelNames[0]);
 
@@ -37,7 +37,8 @@ constexpr int kTwoDigitLimit = 100;
 // The pairs "00".."99" back to back, so that two digits are one copy.
 struct TwoDigitTable {
     char pairs[2 * kTwoDigitLimit];
-    constexpr TwoDigitTable() : pairs() {
+    constexpr TwoDigitTable() : pairs()
+    {
         for (int i = 0; i < kTwoDigitLimit; ++i) {
             pairs[2 * i] = static_cast<char>('0' + i / kDecimalBase);
             pairs[2 * i + 1] = static_cast<char>('0' + i % kDecimalBase);
@@ -47,15 +48,17 @@ struct TwoDigitTable {
 constexpr TwoDigitTable kTwoDigits;
 
 // Writes v as two digits (clamped to 0..99); returns the position after them.
-char *putTwoDigits(char *dst, int v) {
+char* putTwoDigits(char* dst, int v)
+{
     v = v < 0 ? 0 : (v >= kTwoDigitLimit ? kTwoDigitLimit - 1 : v);
     memcpy(dst, kTwoDigits.pairs + 2 * v, 2);
     return dst + 2;
 }
 
 // Writes v in decimal without padding; returns the position after it.
-char *putDecimal(char *dst, unsigned v) {
-    char digits[10]; // 4294967295 has ten digits
+char* putDecimal(char* dst, unsigned v)
+{
+    char digits[10];  // 4294967295 has ten digits
     int n = 0;
     do {
         digits[n++] = static_cast<char>('0' + v % kDecimalBase);
@@ -67,9 +70,10 @@ char *putDecimal(char *dst, unsigned v) {
     return dst;
 }
 
-} // namespace
+}  // namespace
 
-void sleepMillis(long ms) {
+void sleepMillis(long ms)
+{
     if (ms <= 0) {
         return;
     }
@@ -79,23 +83,37 @@ void sleepMillis(long ms) {
     nanosleep(&ts, nullptr);
 }
 
-LockHelper::LockHelper() { pthread_mutex_init(&m_mutex, nullptr); }
+LockHelper::LockHelper()
+{
+    pthread_mutex_init(&m_mutex, nullptr);
+}
 
-LockHelper::~LockHelper() { pthread_mutex_destroy(&m_mutex); }
+LockHelper::~LockHelper()
+{
+    pthread_mutex_destroy(&m_mutex);
+}
 
-void LockHelper::lock() { pthread_mutex_lock(&m_mutex); }
+void LockHelper::lock()
+{
+    pthread_mutex_lock(&m_mutex);
+}
 
-void LockHelper::unLock() { pthread_mutex_unlock(&m_mutex); }
+void LockHelper::unLock()
+{
+    pthread_mutex_unlock(&m_mutex);
+}
 
 SemHelper::SemHelper() : m_sem(), m_bCreated(false) {}
 
-SemHelper::~SemHelper() {
+SemHelper::~SemHelper()
+{
     if (m_bCreated) {
         sem_destroy(&m_sem);
     }
 }
 
-bool SemHelper::create(int initcount) {
+bool SemHelper::create(int initcount)
+{
     if (m_bCreated) {
         sem_destroy(&m_sem);
         m_bCreated = false;
@@ -110,7 +128,8 @@ bool SemHelper::create(int initcount) {
 // A wait with a time-out blocks until the post or the deadline (on the
 // monotonic clock, so that setting the time changes nothing), rather than
 // looking every few milliseconds: the waiter goes on the moment it is posted.
-bool SemHelper::wait(int timeout) {
+bool SemHelper::wait(int timeout)
+{
     if (!m_bCreated) {
         return false;
     }
@@ -138,13 +157,17 @@ bool SemHelper::wait(int timeout) {
     return true;
 }
 
-bool SemHelper::post() { return m_bCreated && sem_post(&m_sem) == 0; }
+bool SemHelper::post()
+{
+    return m_bCreated && sem_post(&m_sem) == 0;
+}
 
 ThreadHelper::ThreadHelper() : m_thread(), m_bStarted(false) {}
 
 ThreadHelper::~ThreadHelper() {}
 
-bool ThreadHelper::start() {
+bool ThreadHelper::start()
+{
     if (m_bStarted) {
         return false;
     }
@@ -152,7 +175,8 @@ bool ThreadHelper::start() {
     return m_bStarted;
 }
 
-bool ThreadHelper::wait() {
+bool ThreadHelper::wait()
+{
     if (!m_bStarted) {
         return false;
     }
@@ -160,16 +184,21 @@ bool ThreadHelper::wait() {
     return pthread_join(m_thread, nullptr) == 0;
 }
 
-void *ThreadHelper::threadProc(void *self) {
-    static_cast<ThreadHelper *>(self)->run();
+void* ThreadHelper::threadProc(void* self)
+{
+    static_cast<ThreadHelper*>(self)->run();
     return nullptr;
 }
 
 Log4zFileHandler::Log4zFileHandler() : m_file(nullptr) {}
 
-Log4zFileHandler::~Log4zFileHandler() { close(); }
+Log4zFileHandler::~Log4zFileHandler()
+{
+    close();
+}
 
-bool Log4zFileHandler::open(const char *path, const char *mode) {
+bool Log4zFileHandler::open(const char* path, const char* mode)
+{
     close();
     if (path == nullptr || mode == nullptr) {
         return false;
@@ -178,13 +207,15 @@ bool Log4zFileHandler::open(const char *path, const char *mode) {
     return m_file != nullptr;
 }
 
-bool Log4zFileHandler::openOwnForAppend(const char *path) {
+bool Log4zFileHandler::openOwnForAppend(const char* path)
+{
     close();
     m_file = kvfile::openOwnStream(path, O_WRONLY | O_CREAT | O_APPEND, kLogFileMode, "ab");
     return m_file != nullptr;
 }
 
-void Log4zFileHandler::close() {
+void Log4zFileHandler::close()
+{
     if (m_file == nullptr) {
         return;
     }
@@ -197,20 +228,23 @@ void Log4zFileHandler::close() {
     m_file = nullptr;
 }
 
-void Log4zFileHandler::flush() {
+void Log4zFileHandler::flush()
+{
     if (m_file != nullptr) {
         fflush(m_file);
     }
 }
 
-size_t Log4zFileHandler::write(const char *data, size_t len) {
+size_t Log4zFileHandler::write(const char* data, size_t len)
+{
     if (m_file == nullptr || data == nullptr) {
         return 0;
     }
     return fwrite(data, 1, len, m_file);
 }
 
-uint64_t Log4zFileHandler::size() {
+uint64_t Log4zFileHandler::size()
+{
     if (m_file == nullptr) {
         return 0;
     }
@@ -223,7 +257,8 @@ uint64_t Log4zFileHandler::size() {
     return end < 0 ? 0 : static_cast<uint64_t>(end);
 }
 
-std::string Log4zFileHandler::readContent() {
+std::string Log4zFileHandler::readContent()
+{
     std::string content;
     if (m_file == nullptr) {
         return content;
@@ -237,11 +272,13 @@ std::string Log4zFileHandler::readContent() {
     return content;
 }
 
-bool LogDay::covers(int64_t t) const {
+bool LogDay::covers(int64_t t) const
+{
     return t >= dwMidnight && t <= dwMidnight + kSecondsPerDay - 1;
 }
 
-LogDay LogDay::of(int64_t t) {
+LogDay LogDay::of(int64_t t)
+{
     time_t tt = static_cast<time_t>(t);
     struct tm local;
     memset(&local, 0, sizeof(local));
@@ -250,12 +287,12 @@ LogDay LogDay::of(int64_t t) {
     day.nYear = local.tm_year + kFirstTmYear;
     day.nMonth = local.tm_mon + 1;
     day.nDay = local.tm_mday;
-    day.dwMidnight =
-        t - (local.tm_hour * kSecondsPerHour + local.tm_min * kSecondsPerMinute + local.tm_sec);
+    day.dwMidnight = t - (local.tm_hour * kSecondsPerHour + local.tm_min * kSecondsPerMinute + local.tm_sec);
     return day;
 }
 
-const char *logLevelName(int level) {
+const char* logLevelName(int level)
+{
     if (level < 0) {
         level = 0;
     }
@@ -265,15 +302,15 @@ const char *logLevelName(int level) {
     return kLevelNames[level];
 }
 
-int formatLogPrefix(char *dst, const LogDay &day, int64_t time, unsigned milliseconds,
-                    unsigned threadId, int level) {
+int formatLogPrefix(char* dst, const LogDay& day, int64_t time, unsigned milliseconds, unsigned threadId, int level)
+{
     int64_t ofDay = time - day.dwMidnight;
     if (ofDay < 0 || ofDay >= kSecondsPerDay) {
-        ofDay = 0; // a time outside the day cannot be placed in it; show midnight
+        ofDay = 0;  // a time outside the day cannot be placed in it; show midnight
     }
     int secs = static_cast<int>(ofDay);
     int year = day.nYear < 0 ? 0 : (day.nYear > kMaxYear ? kMaxYear : day.nYear);
-    char *p = dst;
+    char* p = dst;
     p = putTwoDigits(p, year / kTwoDigitLimit);
     p = putTwoDigits(p, year % kTwoDigitLimit);
     *p++ = '-';
@@ -295,7 +332,7 @@ int formatLogPrefix(char *dst, const LogDay &day, int64_t time, unsigned millise
     p = putDecimal(p, threadId);
     *p++ = ']';
     *p++ = ' ';
-    const char *name = logLevelName(level);
+    const char* name = logLevelName(level);
     size_t nameLen = strlen(name);
     memcpy(p, name, nameLen);
     p += nameLen;
@@ -303,12 +340,13 @@ int formatLogPrefix(char *dst, const LogDay &day, int64_t time, unsigned millise
     return static_cast<int>(p - dst);
 }
 
-const char *logFileBaseName(const char *file) {
+const char* logFileBaseName(const char* file)
+{
     if (file == nullptr) {
         return nullptr;
     }
-    const char *base = file;
-    for (const char *p = file; *p != '\0'; ++p) {
+    const char* base = file;
+    for (const char* p = file; *p != '\0'; ++p) {
         if (*p == '/' || *p == '\\') {
             base = p + 1;
         }
@@ -316,7 +354,8 @@ const char *logFileBaseName(const char *file) {
     return base;
 }
 
-unsigned queuePressureRate(size_t queued) {
+unsigned queuePressureRate(size_t queued)
+{
     if (queued <= kLogQueueLimit) {
         return 0;
     }
@@ -324,7 +363,8 @@ unsigned queuePressureRate(size_t queued) {
     return static_cast<unsigned>((queued * 100 - kLogQueueLimit * 100) / kLogQueueLimit);
 }
 
-void trimLogConfig(std::string &text, const std::string &set) {
+void trimLogConfig(std::string& text, const std::string& set)
+{
     size_t first = text.find_first_not_of(set);
     if (first == std::string::npos) {
         text.clear();

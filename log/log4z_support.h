@@ -15,8 +15,8 @@ class LockHelper {
 public:
     LockHelper();
     ~LockHelper();
-    LockHelper(const LockHelper &) = delete;
-    LockHelper &operator=(const LockHelper &) = delete;
+    LockHelper(const LockHelper&) = delete;
+    LockHelper& operator=(const LockHelper&) = delete;
 
     void lock();
     void unLock();
@@ -28,13 +28,13 @@ private:
 // Holds a LockHelper for the lifetime of a scope.
 class AutoLock {
 public:
-    explicit AutoLock(LockHelper &lock) : m_lock(lock) { m_lock.lock(); }
+    explicit AutoLock(LockHelper& lock) : m_lock(lock) { m_lock.lock(); }
     ~AutoLock() { m_lock.unLock(); }
-    AutoLock(const AutoLock &) = delete;
-    AutoLock &operator=(const AutoLock &) = delete;
+    AutoLock(const AutoLock&) = delete;
+    AutoLock& operator=(const AutoLock&) = delete;
 
 private:
-    LockHelper &m_lock;
+    LockHelper& m_lock;
 };
 
 // A counting semaphore used to hear from a thread that it has started.
@@ -42,8 +42,8 @@ class SemHelper {
 public:
     SemHelper();
     ~SemHelper();
-    SemHelper(const SemHelper &) = delete;
-    SemHelper &operator=(const SemHelper &) = delete;
+    SemHelper(const SemHelper&) = delete;
+    SemHelper& operator=(const SemHelper&) = delete;
 
     // (Re)creates the semaphore with this count; false when the system refuses.
     bool create(int initcount);
@@ -63,8 +63,8 @@ class ThreadHelper {
 public:
     ThreadHelper();
     virtual ~ThreadHelper();
-    ThreadHelper(const ThreadHelper &) = delete;
-    ThreadHelper &operator=(const ThreadHelper &) = delete;
+    ThreadHelper(const ThreadHelper&) = delete;
+    ThreadHelper& operator=(const ThreadHelper&) = delete;
 
     // Creates the thread; false when the system refuses.
     bool start();
@@ -73,7 +73,7 @@ public:
     virtual void run() = 0;
 
 private:
-    static void *threadProc(void *self);
+    static void* threadProc(void* self);
 
     pthread_t m_thread;
     bool m_bStarted;
@@ -85,40 +85,40 @@ class Log4zFileHandler {
 public:
     Log4zFileHandler();
     ~Log4zFileHandler();
-    Log4zFileHandler(const Log4zFileHandler &) = delete;
-    Log4zFileHandler &operator=(const Log4zFileHandler &) = delete;
+    Log4zFileHandler(const Log4zFileHandler&) = delete;
+    Log4zFileHandler& operator=(const Log4zFileHandler&) = delete;
 
     // Opens path with an fopen mode, closing any file held before; true on success.
-    bool open(const char *path, const char *mode);
+    bool open(const char* path, const char* mode);
     // Opens path for appending as fopen mode "ab" does (creating it with mode
     // 0666 less the process mask), closing any file held before; true on
     // success. A log file is written where others may create names, so a
     // symbolic link, a file of another user, anything but a regular file and
     // a file with more than one hard link are refused and left unchanged.
-    bool openOwnForAppend(const char *path);
+    bool openOwnForAppend(const char* path);
     bool isOpen() const { return m_file != nullptr; }
     // Closes with fflush, fsync, posix_fadvise(DONTNEED), fsync, fclose.
     void close();
     // Flushes the stdio buffer to the system.
     void flush();
     // Writes len bytes; returns the number written.
-    size_t write(const char *data, size_t len);
+    size_t write(const char* data, size_t len);
     // Returns the file's length, leaving the position where it was; 0 when closed.
     uint64_t size();
     // Returns everything from the start of the file to its end.
     std::string readContent();
 
 private:
-    FILE *m_file;
+    FILE* m_file;
 };
 
 // The local calendar day a time stamp falls in, cached so that a record's
 // prefix is built from the seconds since midnight without a call to localtime.
 struct LogDay {
-    int64_t dwMidnight; // local midnight, seconds since the epoch
+    int64_t dwMidnight;  // local midnight, seconds since the epoch
     int nYear;
-    int nMonth; // 1..12
-    int nDay;   // 1..31
+    int nMonth;  // 1..12
+    int nDay;    // 1..31
 
     // True when t lies in [midnight, midnight + 86399].
     bool covers(int64_t t) const;
@@ -135,15 +135,14 @@ constexpr int kLogPrefixMaxLength = 25 + 10 + 2 + 9 + 1;
 
 // Returns the name of a level, "LOG_TRACE" .. "LOG_FATAL"; levels outside the
 // table are named after the nearest end of it.
-const char *logLevelName(int level);
+const char* logLevelName(int level);
 
 // Writes "YYYY-MM-DD hh:mm:ss.mmm [tid] LEVEL " for a time inside day into
 // dst (room for kLogPrefixMaxLength bytes, no NUL written); returns its length.
-int formatLogPrefix(char *dst, const LogDay &day, int64_t time, unsigned milliseconds,
-                    unsigned threadId, int level);
+int formatLogPrefix(char* dst, const LogDay& day, int64_t time, unsigned milliseconds, unsigned threadId, int level);
 
 // Returns the last component of a source path, after the last '/' or '\\'.
-const char *logFileBaseName(const char *file);
+const char* logFileBaseName(const char* file);
 
 // Queued records beyond which producers are slowed down.
 constexpr size_t kLogQueueLimit = 20000;
@@ -157,6 +156,6 @@ unsigned queuePressureRate(size_t queued);
 void sleepMillis(long ms);
 
 // Removes every leading and trailing character of text that is in set.
-void trimLogConfig(std::string &text, const std::string &set = "\r\n\t ");
+void trimLogConfig(std::string& text, const std::string& set = "\r\n\t ");
 
-#endif // KV_LOG_LOG4Z_SUPPORT_H
+#endif  // KV_LOG_LOG4Z_SUPPORT_H

@@ -14,7 +14,7 @@
 namespace kvrender {
 struct WorkImage;
 struct DeferredSwap;
-}
+}  // namespace kvrender
 
 class CEPLRender {
 public:
@@ -87,7 +87,7 @@ private:
     // in one buffered write; nothing when the emulation refuses it.
     void SendStartDocBlock();
 
-    tagOEMCFG* m_pOemCfg;   // null: no job set up
+    tagOEMCFG* m_pOemCfg;  // null: no job set up
     _DEVMODE* m_pDevMode;
     _OEMPDEV* m_pOemPdev;
     kvrender::DeferredSwap* m_pSwap = nullptr;

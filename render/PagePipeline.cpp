@@ -188,8 +188,7 @@ std::optional<short> AutoRotationCode(int32_t w, int32_t h, int16_t xdpi, int16_
 }
 
 void ConvertToDashedLines(CBmpProcessing& bmp, unsigned char* image, uint64_t imageSize, int32_t w, int32_t h,
-                          int64_t stride, int32_t blackDots, int32_t whiteDots, int16_t minLengthMm,
-                          int16_t rasterDpi)
+                          int64_t stride, int32_t blackDots, int32_t whiteDots, int16_t minLengthMm, int16_t rasterDpi)
 {
     int16_t n = 0;
     for (int64_t r = 0; r < h; ++r) {

@@ -12,8 +12,8 @@
 
 #include "BmpProcessing.h"
 #include "BmpRecords.h"
-#include "MallocBuffer.h"
 #include "DevMode.h"
+#include "MallocBuffer.h"
 #include "OemCfg.h"
 #include "RecordUnits.h"
 
@@ -28,7 +28,7 @@ using kvimg::MallocBuffer;
 struct WorkImage {
     MallocBuffer buffer;
     const unsigned char* borrowed = nullptr;  // the held page, read-only, while `buffer` is empty
-    uint64_t bytes = 0;  // allocated
+    uint64_t bytes = 0;                       // allocated
     tagBITMAPINFOHEADER header{};
     tagRECT rect{};
     int32_t w = 0;
@@ -115,8 +115,7 @@ std::optional<short> AutoRotationCode(int32_t w, int32_t h, int16_t xdpi, int16_
 // converted. Runs are measured at the raster resolution `rasterDpi`, the
 // dash periods `blackDots` and `whiteDots` at the output resolution.
 void ConvertToDashedLines(CBmpProcessing& bmp, unsigned char* image, uint64_t imageSize, int32_t w, int32_t h,
-                          int64_t stride, int32_t blackDots, int32_t whiteDots, int16_t minLengthMm,
-                          int16_t rasterDpi);
+                          int64_t stride, int32_t blackDots, int32_t whiteDots, int16_t minLengthMm, int16_t rasterDpi);
 
 // A page packed to one bit per pixel (1 white, bit 7 leftmost).
 struct PackedPage {

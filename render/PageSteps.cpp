@@ -96,16 +96,17 @@ MallocBuffer Rescale(CBmpProcessing& bmp, bool shrink, const unsigned char* src,
                      unsigned char fill, tagColorCFG color)
 {
     const bool fillAfter = shrink && ShrinkWritesEveryPixel(h, bitCount, dstH);
-    MallocBuffer dst = fillAfter ? kvimg::AllocateBlock(dstBytes ? dstBytes : 1) : kvrender::FilledBuffer(dstBytes, fill);
+    MallocBuffer dst =
+        fillAfter ? kvimg::AllocateBlock(dstBytes ? dstBytes : 1) : kvrender::FilledBuffer(dstBytes, fill);
     if (!dst)
         return dst;
     unsigned char* out = dst.get();
     const tagRECT noWhitening{};
     const tagColorCFG none{};
     if (shrink) {
-        const int shrunk = bmp.InvoicQIShrinkImg2(w, h, bitCount, srcStride, src, nullptr, dstW, dstH, bitCount, &out,
-                                                  nullptr, static_cast<uint32_t>(dstBytes), color, 0, none, 0,
-                                                  noWhitening);
+        const int shrunk =
+            bmp.InvoicQIShrinkImg2(w, h, bitCount, srcStride, src, nullptr, dstW, dstH, bitCount, &out, nullptr,
+                                   static_cast<uint32_t>(dstBytes), color, 0, none, 0, noWhitening);
         if (fillAfter)
             FillAroundShrink(out, dstBytes, dstW, dstH, bitCount, shrunk != 0, fill);
     } else {
@@ -201,10 +202,10 @@ void CEPLRender::ScaleToOutputResolution(CBmpProcessing& bmp)
     // it afterwards, and saves a pass over it.
     const bool swapInShrink = m_pSwap && m_pSwap->pending;
     bmp.SetSwappedShrinkOutput(swapInShrink);
-    MallocBuffer scaled = Rescale(bmp, plan.shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
-                                  static_cast<uint32_t>(BmpRowStride(page.biBitCount, page.biWidth)),
-                                  static_cast<uint32_t>(plan.width), static_cast<uint32_t>(plan.height),
-                                  static_cast<uint64_t>(plan.bytes), 0, tagColorCFG{});
+    MallocBuffer scaled =
+        Rescale(bmp, plan.shrink, pdev.pBufStart, page.biWidth, page.biHeight, page.biBitCount,
+                static_cast<uint32_t>(BmpRowStride(page.biBitCount, page.biWidth)), static_cast<uint32_t>(plan.width),
+                static_cast<uint32_t>(plan.height), static_cast<uint64_t>(plan.bytes), 0, tagColorCFG{});
     bmp.SetSwappedShrinkOutput(false);
     if (!scaled) {
         m_shortfalls.push_back("scaling to the printer's resolution");
@@ -285,8 +286,7 @@ bool CEPLRender::TransCommand(bool lastPage, bool logOn)
 
 // Print mode 1 converts to grey (cropped) before any fitting; otherwise the
 // working image is the page itself, read in place, and conversion waits.
-void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation,
-                                 const COLORLEVELSITEM& levels)
+void CEPLRender::FirstConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     _OEMPDEV& pdev = *m_pOemPdev;
@@ -316,9 +316,8 @@ void CEPLRender::AutoRotate(CBmpProcessing& bmp, WorkImage& work)
     unsigned char* out = nullptr;
     unsigned int capacity = 0;
     tagRECT rotated = work.rect;
-    bmp.RotateImgData(work.Data(), static_cast<unsigned>(work.Readable()), work.rect,
-                      &work.header, *code,
-                      &out, &capacity, &rotated);
+    bmp.RotateImgData(work.Data(), static_cast<unsigned>(work.Readable()), work.rect, &work.header, *code, &out,
+                      &capacity, &rotated);
     SetStageOutput(work, out, capacity, rotated, true);
 }
 
@@ -328,17 +327,18 @@ void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     const uint32_t maxDots = static_cast<uint32_t>(kvunits::MmToDots(cfg.sMaxOutputWidth, cfg.sOutputXDPI));
-    if (!(maxDots < static_cast<uint32_t>(work.w) && (cfg.sPaperMode == kvcodes::PrintMode::kCropToContent || cfg.sSavePaper == kvcodes::SavePaper::kSavePaperOn)))
+    if (!(maxDots < static_cast<uint32_t>(work.w) &&
+          (cfg.sPaperMode == kvcodes::PrintMode::kCropToContent || cfg.sSavePaper == kvcodes::SavePaper::kSavePaperOn)))
         return;
     const int32_t newH = static_cast<int32_t>(static_cast<double>(work.h) / work.w * maxDots);
     const int64_t newStride = BmpRowStride(work.header.biBitCount, maxDots);
     const uint64_t newBytes = static_cast<uint64_t>(newStride) * static_cast<uint64_t>(std::max(newH, 0));
     const tagColorCFG color{static_cast<int16_t>(cfg.nBrightness), static_cast<int16_t>(cfg.nContrast),
                             static_cast<int16_t>(cfg.nLevelsAdj)};
-    MallocBuffer fitted = Rescale(bmp, newH < work.h, work.Data(), static_cast<uint32_t>(work.w),
-                                  static_cast<uint32_t>(work.h), work.header.biBitCount,
-                                  static_cast<uint32_t>(work.stride), maxDots, static_cast<uint32_t>(newH), newBytes,
-                                  kWhite, color);
+    MallocBuffer fitted =
+        Rescale(bmp, newH < work.h, work.Data(), static_cast<uint32_t>(work.w), static_cast<uint32_t>(work.h),
+                work.header.biBitCount, static_cast<uint32_t>(work.stride), maxDots, static_cast<uint32_t>(newH),
+                newBytes, kWhite, color);
     if (!fitted)
         m_shortfalls.push_back("fitting to the printable width");
     // The box's right and bottom are the size itself here, not size - 1.
@@ -348,18 +348,15 @@ void CEPLRender::FitPrintableWidth(CBmpProcessing& bmp, WorkImage& work)
 // Print mode 0 converts to grey after fitting. The size taken afterwards
 // leaves out the box's last column and row: kept as the printer's output has
 // always been.
-void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orientation,
-                                  const COLORLEVELSITEM& levels)
+void CEPLRender::SecondConversion(CBmpProcessing& bmp, WorkImage& work, int orientation, const COLORLEVELSITEM& levels)
 {
     const tagOEMCFG& cfg = *m_pOemCfg;
     if (cfg.sPaperMode != kvcodes::PrintMode::kLabelFromPage)
         return;
     unsigned char* out = nullptr;
     unsigned int capacity = 0;
-    bmp.CoverBMP2OutputFormat(work.Data(), static_cast<unsigned>(work.Readable()), &out,
-                              &capacity,
-                              &work.header, &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0,
-                              cfg.nBrightness, cfg.nContrast,
+    bmp.CoverBMP2OutputFormat(work.Data(), static_cast<unsigned>(work.Readable()), &out, &capacity, &work.header,
+                              &work.rect, orientation, 0, 0, levels, cfg.sMirror != 0, cfg.nBrightness, cfg.nContrast,
                               kvunits::MmToDots(kvrender::kConversionMaxWidthMm, m_pDevMode->dmPrintQuality), 1);
     HeldPageConverted(bmp, out != nullptr);
     TakeBuffer(work, out, capacity);
@@ -381,8 +378,8 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
     if (cfg.sHalftoneMethod == kvimg::kLocalAdaptive) {
         unsigned char* out = nullptr;
         int outSize = 0;
-        if (AdaptiveThreshold(work.buffer.get(), work.w, work.h, static_cast<int>(work.stride), &out, &outSize,
-                              invert, kAdaptive.method, kAdaptive.block, kAdaptive.bias, kAdaptive.weight) != 1) {
+        if (AdaptiveThreshold(work.buffer.get(), work.w, work.h, static_cast<int>(work.stride), &out, &outSize, invert,
+                              kAdaptive.method, kAdaptive.block, kAdaptive.bias, kAdaptive.weight) != 1) {
             return;
         }
         MallocBuffer result(out);
@@ -407,7 +404,7 @@ void CEPLRender::Halftone(CBmpProcessing& bmp, WorkImage& work)
         return;
     }
     if (!bmp.Dither(cfg.sHalftoneMethod, work.buffer.get(), dst.get(), static_cast<unsigned>(std::max(work.h, 0)),
-               static_cast<unsigned>(std::max(work.w, 0)), static_cast<unsigned>(work.stride), 0, invert))
+                    static_cast<unsigned>(std::max(work.w, 0)), static_cast<unsigned>(work.stride), 0, invert))
         m_shortfalls.push_back("the halftone");
     // The result takes the image's place: every byte that may be read from
     // here on is in it.
@@ -450,8 +447,8 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     if (cfg.sIsLineImaginary && work.buffer)
         kvrender::ConvertToDashedLines(bmp, work.buffer.get(), work.Readable(), work.w, work.h, work.stride,
                                        kvunits::MmToDots(cfg.sBlackInterval, cfg.sOutputXDPI),
-                                       kvunits::MmToDots(cfg.sWhiteInterval, cfg.sOutputXDPI),
-                                       cfg.sMinImaginaryLineLen, m_pDevMode->dmPrintQuality);
+                                       kvunits::MmToDots(cfg.sWhiteInterval, cfg.sOutputXDPI), cfg.sMinImaginaryLineLen,
+                                       m_pDevMode->dmPrintQuality);
     kvrender::PackedPage packed =
         kvrender::PackToOneBit(work.buffer.get(), work.buffer ? work.Readable() : 0, work.w, work.h, work.stride,
                                work.rect, cfg.sMirror != 0, pdev.nMirrorRefWidth);
@@ -471,15 +468,17 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     const long bitsSize = static_cast<long>(packed.size);
     long length = 0;
     if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h, nullptr, 0,
-                                        &length, lastPage) != 0 || length <= 0)
+                                        &length, lastPage) != 0 ||
+        length <= 0)
         return;
     const kvimg::MallocPtr<char> commands = kvimg::AllocateBlock<char>(static_cast<size_t>(length), true);
     if (!commands) {
         m_shortfalls.push_back("the page's printer commands");
         return;
     }
-    if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h,
-                                        commands.get(), length, &length, lastPage) != 0 && m_pOemCfg)
+    if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h, commands.get(),
+                                        length, &length, lastPage) != 0 &&
+        m_pOemCfg)
         fwrite(commands.get(), 1, static_cast<size_t>(length), stdout);
 }
 

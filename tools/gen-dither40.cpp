@@ -31,14 +31,14 @@
 
 namespace {
 
-constexpr int kSize = 40;                    // screen edge
-constexpr int kCells = kSize * kSize;        // 1600
-constexpr int kLevels = 255;                 // values 1..255
-constexpr int kBaseCount = 6;                // 255 * 6 = 1530 cells
+constexpr int kSize = 40;                                   // screen edge
+constexpr int kCells = kSize * kSize;                       // 1600
+constexpr int kLevels = 255;                                // values 1..255
+constexpr int kBaseCount = 6;                               // 255 * 6 = 1530 cells
 constexpr int kExtraCells = kCells - kLevels * kBaseCount;  // 70 values get a 7th
-constexpr double kSigma = 1.0;               // kernel width in cells
-constexpr double kKernelScale = 1000000.0;   // fixed-point scale of the kernel
-constexpr uint32_t kTieSeed = 0x9E3779B9u;   // any fixed seed; this one is the golden ratio
+constexpr double kSigma = 1.0;                              // kernel width in cells
+constexpr double kKernelScale = 1000000.0;                  // fixed-point scale of the kernel
+constexpr uint32_t kTieSeed = 0x9E3779B9u;                  // any fixed seed; this one is the golden ratio
 
 // The prescribed start of rows 0 to 2 (first twenty entries each).
 constexpr int kFixedRows = 3;
@@ -66,8 +66,7 @@ std::vector<int64_t> MakeKernel()
             int wx = WrapDistance(dx, 0);
             int wy = WrapDistance(dy, 0);
             double r2 = wx * wx + wy * wy;
-            kernel[dy * kSize + dx] =
-                std::llround(kKernelScale * std::exp(-r2 / (2.0 * kSigma * kSigma)));
+            kernel[dy * kSize + dx] = std::llround(kKernelScale * std::exp(-r2 / (2.0 * kSigma * kSigma)));
         }
     }
     return kernel;
@@ -156,8 +155,7 @@ bool BuildScreen(std::vector<int>& screen)
                 if (screen[c] != 0 || reserved[c] || TouchesValue(screen, c, v)) {
                     continue;
                 }
-                if (best < 0 || energy[c] < energy[best] ||
-                    (energy[c] == energy[best] && rank[c] < rank[best])) {
+                if (best < 0 || energy[c] < energy[best] || (energy[c] == energy[best] && rank[c] < rank[best])) {
                     best = c;
                 }
             }
@@ -191,7 +189,7 @@ void PrintScreen(const std::vector<int>& screen)
     }
 }
 
-} // namespace
+}  // namespace
 
 int main()
 {

@@ -28,8 +28,8 @@ std::string MakeBmp(int32_t width, int32_t height, uint16_t bits, int paletteEnt
     // A 14-byte file header and a 40-byte information header, then 4 bytes
     // per colour table entry.
     const uint32_t offset = 54 + 4 * static_cast<uint32_t>(paletteEntries);
-    std::string file = "BM" + Le(offset + static_cast<uint32_t>(pixels.size()), 4) + Le(1, 2) + Le(2, 2) +
-                       Le(offset, 4);
+    std::string file =
+        "BM" + Le(offset + static_cast<uint32_t>(pixels.size()), 4) + Le(1, 2) + Le(2, 2) + Le(offset, 4);
     file += Le(40, 4) + Le(static_cast<uint32_t>(width), 4) + Le(static_cast<uint32_t>(height), 4) + Le(1, 2) +
             Le(bits, 2) + Le(0, 4) + Le(static_cast<uint32_t>(pixels.size()), 4) + Le(3780, 4) + Le(3779, 4) +
             Le(5, 4) + Le(6, 4);

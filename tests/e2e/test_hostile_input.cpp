@@ -70,9 +70,15 @@ protected:
         return result;
     }
 
-    std::string RasterFile() const { return m_dir.File("job.ras"); }
+    std::string RasterFile() const
+    {
+        return m_dir.File("job.ras");
+    }
 
-    FilterResult Run(const std::vector<RasterPage>& pages) { return Run(pages, LabelPpdCodes()); }
+    FilterResult Run(const std::vector<RasterPage>& pages)
+    {
+        return Run(pages, LabelPpdCodes());
+    }
 
     TempDir m_dir;
 };

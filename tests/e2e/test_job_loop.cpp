@@ -215,8 +215,12 @@ TEST_F(JobLoop, OutputStartsWithTheStartOfDocumentBlock)
 
 TEST_F(JobLoop, StartOfDocumentFollowsTheChoiceCodes)
 {
-    std::string ppd = Ppd(WithCodes({{"PrintSpeed", "1000"}, {"Density", "7"}, {"Mode", "2"}, {"PrintMethod", "1"},
-                                     {"OutputDPI", "300"}, {"MaxOutputWidth", "48"}}));
+    std::string ppd = Ppd(WithCodes({{"PrintSpeed", "1000"},
+                                     {"Density", "7"},
+                                     {"Mode", "2"},
+                                     {"PrintMethod", "1"},
+                                     {"OutputDPI", "300"},
+                                     {"MaxOutputWidth", "48"}}));
     FilterResult r = RunFilter(FilterArgs(), ppd, RasterBytes({SolidPage(812, 406, 203, 255, 255, 255)}));
     EXPECT_EQ(r.status, 0);
     // 812 dots at 203 dpi are 1200 at 300 dpi, more than 48 mm (567 dots,
@@ -414,8 +418,7 @@ TEST_F(Cancel, SigtermWhilePageThreeIsReadSendsItAsTheLastPage)
     const size_t headerBytes = sizeof(cups_page_header2_t);
     size_t cut = twoPages.size() + headerBytes + (threePages.size() - twoPages.size() - headerBytes) / 2;
     // Cutting at the end of the job marks the page sent as the last one.
-    FilterProcess process(FilterArgs(), Ppd(WithCodes({{"DriverLog", "1"}, {"Mode", "4"}, {"CutMethod", "2"}})),
-                          true);
+    FilterProcess process(FilterArgs(), Ppd(WithCodes({{"DriverLog", "1"}, {"Mode", "4"}, {"CutMethod", "2"}})), true);
     process.Write(stream.substr(0, cut));
     ASSERT_TRUE(WaitForFileText(kDriverLog, "curPage is 2"));
     process.Signal(SIGTERM);

@@ -94,8 +94,7 @@ std::string ExpectedOutputDump()
     std::string rows;
     for (const std::string& row : kHalftonedRows)
         rows += row;
-    return BmpHeaders(15, 3, 8, static_cast<uint32_t>(table.size()), static_cast<uint32_t>(rows.size())) + table +
-           rows;
+    return BmpHeaders(15, 3, 8, static_cast<uint32_t>(table.size()), static_cast<uint32_t>(rows.size())) + table + rows;
 }
 
 // A log line without what differs from run to run (time stamp, thread,

@@ -60,8 +60,7 @@ std::string RowRuns(const std::vector<std::pair<size_t, std::string>>& runs)
 // halftone `method` on a uniform page of grey `grey`.
 std::string HalftoneBits(int method, int grey)
 {
-    PrintedJob job = RunJob(WithCodes({{"PrintMode", "1"}, {"Halftone", std::to_string(method)}}),
-                            {UniformPage(grey)});
+    PrintedJob job = RunJob(WithCodes({{"PrintMode", "1"}, {"Halftone", std::to_string(method)}}), {UniformPage(grey)});
     EXPECT_EQ(job.stream.error, "");
     EXPECT_EQ(job.lines, Join({kOpening, {"q16", "Q4,0", "N", "GW0,0,2,4,", "P1"}}));
     return job.graphics.size() == 1 ? job.graphics[0].raw : std::string();
@@ -83,8 +82,11 @@ const std::vector<std::string> kTwoCopies{"N", "GW0,0,2,3,", "P2"};
 // The dashed-line job: print mode 1, 1 mm dashes, 5 mm minimum.
 PrintedJob DashedJob(const RasterPage& page, bool dashed)
 {
-    return RunJob(WithCodes({{"PrintMode", "1"}, {"IsToDashed", dashed ? "1" : "0"}, {"MinLength", "5"},
-                             {"IntervalBlack", "1"}, {"IntervalWhite", "1"}}),
+    return RunJob(WithCodes({{"PrintMode", "1"},
+                             {"IsToDashed", dashed ? "1" : "0"},
+                             {"MinLength", "5"},
+                             {"IntervalBlack", "1"},
+                             {"IntervalWhite", "1"}}),
                   {page});
 }
 
@@ -210,8 +212,8 @@ TEST(PrintedPages, FixedThresholdInPrintModeOneGivesExactBytes)
 TEST(PrintedPages, TypicalPageOf640By400DotsIsOneBlockOf32000Bytes)
 {
     // Ink in the four corners keeps the crop box at the page.
-    RasterPage page = WithCopies(
-        BlackBoxes(640, 400, {{0, 0, 1, 1}, {639, 0, 640, 1}, {0, 399, 1, 400}, {639, 399, 640, 400}}), 2);
+    RasterPage page =
+        WithCopies(BlackBoxes(640, 400, {{0, 0, 1, 1}, {639, 0, 640, 1}, {0, 399, 1, 400}, {639, 399, 640, 400}}), 2);
     PrintedJob job = RunJob(WithCodes({{"PrintMode", "1"}}), {page});
     EXPECT_EQ(job.lines, Join({kOpening, {"q640", "Q400,0", "N", "GW0,0,80,400,", "P2"}}));
     ASSERT_EQ(job.graphics.size(), 1u);
@@ -222,9 +224,8 @@ TEST(PrintedPages, PrintModeOneSendsTheLabelSizeWithEveryPage)
 {
     RasterPage second = BlackBoxes(16, 4, {{0, 0, 8, 2}, {8, 2, 16, 4}});
     PrintedJob job = RunJob(WithCodes({{"PrintMode", "1"}}), {ThresholdPage(), second});
-    EXPECT_EQ(job.lines, Join({kOpening,
-                               {"q16", "Q4,0", "N", "GW0,0,2,4,", "P1"},
-                               {"q16", "Q4,0", "N", "GW0,0,2,4,", "P1"}}));
+    EXPECT_EQ(job.lines,
+              Join({kOpening, {"q16", "Q4,0", "N", "GW0,0,2,4,", "P1"}, {"q16", "Q4,0", "N", "GW0,0,2,4,", "P1"}}));
     ASSERT_EQ(job.graphics.size(), 2u);
     EXPECT_EQ(job.graphics[1].raw, RawBytes({0x00, 0xFF, 0x00, 0xFF, 0xFF, 0x00, 0xFF, 0x00}));
 }
@@ -283,16 +284,18 @@ TEST(PrintedPages, PrintModeOneSendsNothingForAWhitePage)
 TEST(PrintedPages, OffsetsMoveTheGraphicBlock)
 {
     // 1 mm across is 8 dots, 2 mm down 16 dots.
-    PrintedJob job = RunJob(WithCodes({{"HorizontalOffsetValue", "1"}, {"VerticalOffsetValue", "2"}}),
-                            {ThresholdPage()});
+    PrintedJob job =
+        RunJob(WithCodes({{"HorizontalOffsetValue", "1"}, {"VerticalOffsetValue", "2"}}), {ThresholdPage()});
     EXPECT_EQ(job.lines, Join({kOpening, {"q16", "Q5,0", "N", "GW8,16,2,3,", "P1"}}));
 }
 
 TEST(PrintedPages, NegativeShiftsAreSentAsZero)
 {
     // Both directions reversed: 0 - 8 across and 0 - 16 down.
-    PrintedJob job = RunJob(WithCodes({{"HorizontalOffset", "1"}, {"HorizontalOffsetValue", "1"},
-                                       {"VerticalOffset", "1"}, {"VerticalOffsetValue", "2"}}),
+    PrintedJob job = RunJob(WithCodes({{"HorizontalOffset", "1"},
+                                       {"HorizontalOffsetValue", "1"},
+                                       {"VerticalOffset", "1"},
+                                       {"VerticalOffsetValue", "2"}}),
                             {ThresholdPage()});
     ASSERT_EQ(job.graphics.size(), 1u);
     EXPECT_EQ(job.graphics[0].header, "GW0,0,2,3,");
@@ -353,8 +356,8 @@ TEST(PrintedPages, AdaptiveHalftonePrintsAUniformGreyPageWhite)
 
 TEST(PrintedPages, AdaptiveHalftoneWithNegativePrintsAUniformGreyPageBlack)
 {
-    PrintedJob job = RunJob(WithCodes({{"PrintMode", "1"}, {"Halftone", "4"}, {"NegativeFilm", "1"}}),
-                            {UniformPage(128)});
+    PrintedJob job =
+        RunJob(WithCodes({{"PrintMode", "1"}, {"Halftone", "4"}, {"NegativeFilm", "1"}}), {UniformPage(128)});
     ASSERT_EQ(job.graphics.size(), 1u);
     EXPECT_EQ(job.graphics[0].raw, Fill(0x00, 8));
 }
@@ -434,8 +437,8 @@ TEST(PrintedPages, PaperSavingFitsAWidePageToThePrintableWidth)
 {
     // 480 x 240 black shrinks to 384 x 192; print mode 0 then loses a
     // column and a row. The page carries its own label size.
-    PrintedJob job = RunJob(WithCodes({{"MaxOutputWidth", "48"}, {"SavePaper", "1"}}),
-                            {BlackBoxes(480, 240, {{0, 0, 480, 240}})});
+    PrintedJob job =
+        RunJob(WithCodes({{"MaxOutputWidth", "48"}, {"SavePaper", "1"}}), {BlackBoxes(480, 240, {{0, 0, 480, 240}})});
     EXPECT_EQ(job.stream.error, "");
     EXPECT_EQ(job.lines, Join({kOpening, {"q383", "Q191,0", "N", "GW0,0,48,191,", "P1"}}));
     ASSERT_EQ(job.graphics.size(), 1u);
@@ -453,8 +456,8 @@ TEST(PrintedPages, PrintModeOneFitsAWidePageWithOneMoreByteAndRow)
 {
     // The fitted box's right and bottom are the size itself: 49 bytes a row
     // and 193 rows are packed, of which 384 columns and 192 rows are black.
-    PrintedJob job = RunJob(WithCodes({{"MaxOutputWidth", "48"}, {"PrintMode", "1"}}),
-                            {BlackBoxes(480, 240, {{0, 0, 480, 240}})});
+    PrintedJob job =
+        RunJob(WithCodes({{"MaxOutputWidth", "48"}, {"PrintMode", "1"}}), {BlackBoxes(480, 240, {{0, 0, 480, 240}})});
     EXPECT_EQ(job.stream.error, "");
     EXPECT_EQ(job.lines, Join({kOpening, {"q384", "Q192,0", "N", "GW0,0,49,192,", "P1"}}));
     ASSERT_EQ(job.graphics.size(), 1u);
@@ -466,8 +469,8 @@ TEST(PrintedPages, LandscapePageOf120MillimetresIsFittedTo80WithAutoRotateOff)
     // 960 x 100 black: more than 20 mm over 80 mm, so rotation is asked
     // for with code -1, which keeps the page; paper saving then shrinks it
     // to 639 x 66, of which print mode 0 sends 639 columns and 65 rows.
-    PrintedJob job = RunJob(WithCodes({{"MaxOutputWidth", "80"}, {"SavePaper", "1"}}),
-                            {BlackBoxes(960, 100, {{0, 0, 960, 100}})});
+    PrintedJob job =
+        RunJob(WithCodes({{"MaxOutputWidth", "80"}, {"SavePaper", "1"}}), {BlackBoxes(960, 100, {{0, 0, 960, 100}})});
     EXPECT_EQ(job.stream.error, "");
     EXPECT_EQ(job.lines, Join({kOpening, {"q639", "Q65,0", "N", "GW0,0,81,65,", "P1"}}));
     ASSERT_EQ(job.graphics.size(), 1u);
@@ -581,15 +584,17 @@ TEST(PrintedPages, RunStillOpenAfterTheLastRowStaysSolid)
 TEST(PrintedPages, CutAfterEveryLabelSetsTheCutterOnPageOneOnly)
 {
     PrintedJob job = CutterJob("1", 3);
-    EXPECT_EQ(job.lines, Join({kCutterOpening, {"q16", "Q5,0"}, {"OC", "JF", "f80"}, kTwoCopies, kTwoCopies,
-                               kTwoCopies}));
+    EXPECT_EQ(job.lines,
+              Join({kCutterOpening, {"q16", "Q5,0"}, {"OC", "JF", "f80"}, kTwoCopies, kTwoCopies, kTwoCopies}));
 }
 
 TEST(PrintedPages, CutAtJobEndCutsAfterTheLastPage)
 {
     PrintedJob job = CutterJob("2", 3);
-    EXPECT_EQ(job.lines, Join({kCutterOpening, {"q16", "Q5,0"}, {"O", "f80"}, kTwoCopies, kTwoCopies,
-                               {"JF", "OC2", "f80"}, kTwoCopies}));
+    EXPECT_EQ(
+        job.lines,
+        Join(
+            {kCutterOpening, {"q16", "Q5,0"}, {"O", "f80"}, kTwoCopies, kTwoCopies, {"JF", "OC2", "f80"}, kTwoCopies}));
 }
 
 TEST(PrintedPages, CutAtJobEndOnASinglePageJobCutsAtOnce)
@@ -601,15 +606,15 @@ TEST(PrintedPages, CutAtJobEndOnASinglePageJobCutsAtOnce)
 TEST(PrintedPages, CutAtJobEndSendsAPlainOptionsLineOnPageOneEvenForDirectThermal)
 {
     PrintedJob job = CutterJob("2", 2, {{"PrintMethod", "1"}});
-    EXPECT_EQ(job.lines, Join({kCutterOpening, {"q16", "Q5,0"}, {"O", "f80"}, kTwoCopies, {"JF", "OD,C2", "f80"},
-                               kTwoCopies}));
+    EXPECT_EQ(job.lines,
+              Join({kCutterOpening, {"q16", "Q5,0"}, {"O", "f80"}, kTwoCopies, {"JF", "OD,C2", "f80"}, kTwoCopies}));
 }
 
 TEST(PrintedPages, CutAfterAllCopiesCountsTheCopies)
 {
     PrintedJob job = CutterJob("4", 3);
-    EXPECT_EQ(job.lines, Join({kCutterOpening, {"q16", "Q5,0"}, {"OC2", "JF", "f80"}, kTwoCopies, kTwoCopies,
-                               kTwoCopies}));
+    EXPECT_EQ(job.lines,
+              Join({kCutterOpening, {"q16", "Q5,0"}, {"OC2", "JF", "f80"}, kTwoCopies, kTwoCopies, kTwoCopies}));
 }
 
 TEST(PrintedPages, CutAfterAllCopiesOfOneCopyCutsEachLabel)

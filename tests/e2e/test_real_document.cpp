@@ -75,8 +75,8 @@ constexpr unsigned kPageHeightPt = 432;
 // character, four six-element characters and the seven-element stop), 0.96
 // pt to the module (4 pixels at 300 dpi). It stands alone across its rows so
 // that a row through it crosses nothing else.
-const std::vector<int> kBarcodeModules{2, 1, 1, 2, 1, 4, 1, 3, 1, 1, 2, 3, 2, 2, 1, 2, 3, 1, 1, 1, 3,
-                                       2, 2, 2, 1, 4, 1, 1, 2, 2, 2, 3, 3, 1, 1, 1, 2};
+const std::vector<int> kBarcodeModules{2, 1, 1, 2, 1, 4, 1, 3, 1, 1, 2, 3, 2, 2, 1, 2, 3, 1, 1,
+                                       1, 3, 2, 2, 2, 1, 4, 1, 1, 2, 2, 2, 3, 3, 1, 1, 1, 2};
 constexpr double kModulePt = 0.96;
 constexpr unsigned kSourceDpi = 300;
 constexpr unsigned kOutputDpi = 203;
@@ -312,9 +312,9 @@ TEST_F(RealDocument, LabelIsSentAsItsCropBoxAtEqualResolutions)
     EXPECT_EQ(job.stream.error, "");
     const std::string gw = "GW" + std::to_string(box.left) + ",0," + std::to_string(box.width / 8) + "," +
                            std::to_string(box.height) + ",";
-    EXPECT_EQ(job.lines, Join({{"N", "I8,E", "WN", "ZB", "S4", "D10", "O", "JF"},
-                               {"q" + std::to_string(box.width), "Q" + std::to_string(box.height) + ",0", "N", gw,
-                                "P1"}}));
+    EXPECT_EQ(job.lines,
+              Join({{"N", "I8,E", "WN", "ZB", "S4", "D10", "O", "JF"},
+                    {"q" + std::to_string(box.width), "Q" + std::to_string(box.height) + ",0", "N", gw, "P1"}}));
 }
 
 TEST_F(RealDocument, LabelEqualsTheThresholdedRasterPixelForPixel)

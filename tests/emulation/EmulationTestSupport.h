@@ -77,24 +77,22 @@ inline std::vector<char> PatternBitmap(size_t size)
 
 // The page commands of one page through the two-call protocol; `cfg` gets
 // the written-back configuration. Empty when the first call kept nothing.
-inline std::string PageCommands(CEPLEmulation& emulation, tagOEMCFG& cfg,
-                                std::vector<char>& bitmap, int x, int width, int height,
-                                bool lastPage)
+inline std::string PageCommands(CEPLEmulation& emulation, tagOEMCFG& cfg, std::vector<char>& bitmap, int x, int width,
+                                int height, bool lastPage)
 {
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, bitmap.data(), static_cast<long>(bitmap.size()), x, 0,
-                                   width, height, nullptr, 0, &length, lastPage);
+    emulation.TransferPageData2CMD(&cfg, bitmap.data(), static_cast<long>(bitmap.size()), x, 0, width, height, nullptr,
+                                   0, &length, lastPage);
     if (length <= 0)
         return std::string();
     std::string bytes(static_cast<size_t>(length), '\0');
-    emulation.TransferPageData2CMD(&cfg, bitmap.data(), static_cast<long>(bitmap.size()), x, 0,
-                                   width, height, &bytes[0], length, &length, lastPage);
+    emulation.TransferPageData2CMD(&cfg, bitmap.data(), static_cast<long>(bitmap.size()), x, 0, width, height,
+                                   &bytes[0], length, &length, lastPage);
     return bytes;
 }
 
 // As above with a fresh builder.
-inline std::string PageCommands(tagOEMCFG& cfg, std::vector<char>& bitmap, int x, int width,
-                                int height, bool lastPage)
+inline std::string PageCommands(tagOEMCFG& cfg, std::vector<char>& bitmap, int x, int width, int height, bool lastPage)
 {
     CEPLEmulation emulation;
     return PageCommands(emulation, cfg, bitmap, x, width, height, lastPage);

@@ -158,15 +158,13 @@ TEST(EplCommands, CharSetIndex13IsItsOwnDecimalDesignator)
 
 TEST(EplCommands, CodePageTableRunsZeroToThirteenThenAToF)
 {
-    const std::vector<std::string> expected = {"0",  "1",  "2",  "3", "4", "5", "6",
-                                               "7",  "8",  "9",  "10", "11", "12", "13",
-                                               "A",  "B",  "C",  "D", "E", "F"};
+    const std::vector<std::string> expected = {"0",  "1",  "2",  "3",  "4", "5", "6", "7", "8", "9",
+                                               "10", "11", "12", "13", "A", "B", "C", "D", "E", "F"};
     ASSERT_EQ(static_cast<size_t>(CEPLEmulation::kCodePageCount), expected.size());
     for (int index = 0; index < CEPLEmulation::kCodePageCount; ++index) {
         CEPLEmulation emulation;
         emulation.SetPtrCharSetCMD(7, index);
-        EXPECT_EQ(BufferOf(emulation), "I7," + expected[static_cast<size_t>(index)] + "\r\n")
-            << "index " << index;
+        EXPECT_EQ(BufferOf(emulation), "I7," + expected[static_cast<size_t>(index)] + "\r\n") << "index " << index;
     }
 }
 

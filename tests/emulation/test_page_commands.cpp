@@ -36,8 +36,7 @@ const std::string kCutLine = "f96\r\n";
 // "N", the small page's graphic block and "P<copies>".
 std::string SmallGroup(const std::vector<char>& bitmap, int copies)
 {
-    return "N\r\n" + GraphicBlock("GW0,0,4,2,\r\n", bitmap) + "P" + std::to_string(copies) +
-           "\r\n";
+    return "N\r\n" + GraphicBlock("GW0,0,4,2,\r\n", bitmap) + "P" + std::to_string(copies) + "\r\n";
 }
 
 // The typical configuration with the cutter after printing.
@@ -84,8 +83,7 @@ protected:
     // The typical page's graphic block at (x, y).
     std::string Graphic(int x, int y)
     {
-        return GraphicBlock("GW" + std::to_string(x) + "," + std::to_string(y) + ",80,400,\r\n",
-                            page_);
+        return GraphicBlock("GW" + std::to_string(x) + "," + std::to_string(y) + ",80,400,\r\n", page_);
     }
 };
 
@@ -106,8 +104,8 @@ TEST_F(EplPageCommandsTest, FirstCallWithNullOutputReturnsZeroAndTheNeededLength
     tagOEMCFG cfg = TypicalConfig();
     cfg.sCopies = 2;
     long length = -1;
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                             kPageHeight, nullptr, 0, &length, false),
+    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0,
+                                             &length, false),
               0);
     // "N\r\n" 3 + header 15 + rows 32000 + line end 2 + "P2\r\n" 4.
     EXPECT_EQ(length, 32024);
@@ -118,13 +116,11 @@ TEST_F(EplPageCommandsTest, SecondCallHandsOverKeptCommandsWhateverItsArguments)
     CEPLEmulation emulation;
     tagOEMCFG cfg = TypicalConfig();
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     std::vector<char> other(16, 'x');
     std::string out(static_cast<size_t>(length), '\0');
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, other.data(), 16, 99, 5, 8, 2, &out[0],
-                                             length, &length, true),
-              1);
+    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, other.data(), 16, 99, 5, 8, 2, &out[0], length, &length, true), 1);
     EXPECT_EQ(out, "N\r\n" + Graphic(0, 0) + "P1\r\n");
 }
 
@@ -133,18 +129,18 @@ TEST_F(EplPageCommandsTest, TooSmallOutputReturnsZeroAndKeepsTheCommands)
     CEPLEmulation emulation;
     tagOEMCFG cfg = TypicalConfig();
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     const long needed = length;
     std::string out(static_cast<size_t>(needed), '#');
     length = -1;
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                             kPageHeight, &out[0], needed - 1, &length, false),
+    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, &out[0],
+                                             needed - 1, &length, false),
               0);
     EXPECT_EQ(length, needed);
     EXPECT_EQ(out, std::string(static_cast<size_t>(needed), '#'));
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                             kPageHeight, &out[0], needed, &length, false),
+    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, &out[0],
+                                             needed, &length, false),
               1);
     EXPECT_EQ(out, "N\r\n" + Graphic(0, 0) + "P1\r\n");
 }
@@ -154,11 +150,11 @@ TEST_F(EplPageCommandsTest, SizeQueryWhileCommandsAreKeptBuildsAfresh)
     CEPLEmulation emulation;
     tagOEMCFG cfg = TypicalConfig();
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     cfg.sCopies = 3;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     EXPECT_EQ(BufferOf(emulation), "N\r\n" + Graphic(0, 0) + "P3\r\n");
 }
 
@@ -186,8 +182,8 @@ TEST_F(EplPageCommandsTest, PrintedLabelCounterIsNotWrittenBackByTheSizeQuery)
     cfg.sCopies = 2;
     cfg.dwPrintedLabels = 5;
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     EXPECT_EQ(uint32_t{cfg.dwPrintedLabels}, 5u);
 }
 
@@ -196,12 +192,12 @@ TEST_F(EplPageCommandsTest, HandOverWritesTheWholeSavedConfigurationBack)
     CEPLEmulation emulation;
     tagOEMCFG cfg = TypicalConfig();
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     cfg.sDensity = 77;
     std::string out(static_cast<size_t>(length), '\0');
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                   kPageHeight, &out[0], length, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, &out[0], length,
+                                   &length, false);
     EXPECT_EQ(int64_t{cfg.sDensity}, 10);
 }
 
@@ -211,8 +207,8 @@ TEST_F(EplPageCommandsTest, ZeroCopiesWithoutPerPageSizeReturnsZeroAndLeavesLeng
     tagOEMCFG cfg = TypicalConfig();
     cfg.sCopies = 0;
     long length = 777;
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                             kPageHeight, nullptr, 0, &length, false),
+    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0,
+                                             &length, false),
               0);
     EXPECT_EQ(length, 777);
     EXPECT_EQ(BufferOf(emulation), "");
@@ -236,9 +232,8 @@ TEST_F(EplPageCommandsTest, NullConfigurationReturnsZero)
 {
     CEPLEmulation emulation;
     long length = 777;
-    EXPECT_EQ(emulation.TransferPageData2CMD(nullptr, page_.data(), kPageBytes, 0, 0,
-                                             kPageWidth, kPageHeight, nullptr, 0, &length,
-                                             false),
+    EXPECT_EQ(emulation.TransferPageData2CMD(nullptr, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr,
+                                             0, &length, false),
               0);
     EXPECT_EQ(length, 777);
 }
@@ -247,9 +242,8 @@ TEST_F(EplPageCommandsTest, PrinterEmulationRefusesNullConfiguration)
 {
     CLBPTREmulation emulation;
     long length = 777;
-    EXPECT_EQ(emulation.TransferImageData2CMD(nullptr, page_.data(), kPageBytes, 0, 0,
-                                              kPageWidth, kPageHeight, nullptr, 0, &length,
-                                              false),
+    EXPECT_EQ(emulation.TransferImageData2CMD(nullptr, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr,
+                                              0, &length, false),
               0);
     EXPECT_EQ(length, 777);
 }
@@ -260,12 +254,12 @@ TEST_F(EplPageCommandsTest, PrinterEmulationForwardsThePageCommands)
     tagOEMCFG cfg = TypicalConfig();
     cfg.sCopies = 2;
     long length = 0;
-    EXPECT_EQ(emulation.TransferImageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                              kPageHeight, nullptr, 0, &length, false),
+    EXPECT_EQ(emulation.TransferImageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, nullptr, 0,
+                                              &length, false),
               0);
     std::string out(static_cast<size_t>(length), '\0');
-    EXPECT_EQ(emulation.TransferImageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                              kPageHeight, &out[0], length, &length, false),
+    EXPECT_EQ(emulation.TransferImageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, kPageHeight, &out[0],
+                                              length, &length, false),
               1);
     EXPECT_EQ(out, "N\r\n" + Graphic(0, 0) + "P2\r\n");
     EXPECT_EQ(uint32_t{cfg.dwPrintedLabels}, 2u);
@@ -276,8 +270,8 @@ TEST_F(EplPageCommandsTest, ReservedArgumentHasNoEffect)
     CEPLEmulation emulation;
     tagOEMCFG cfg = TypicalConfig();
     long length = 0;
-    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 250, kPageWidth,
-                                   kPageHeight, nullptr, 0, &length, false);
+    emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 250, kPageWidth, kPageHeight, nullptr, 0, &length,
+                                   false);
     EXPECT_EQ(BufferOf(emulation), "N\r\n" + Graphic(0, 0) + "P1\r\n");
 }
 
@@ -524,8 +518,8 @@ TEST_F(EplPageCommandsTest, EmptyPageInPerPageModeReturnsZeroAndKeepsNothing)
     tagOEMCFG cfg = TypicalConfig();
     cfg.sPaperMode = 1;
     long length = 777;
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, 0,
-                                             kPageHeight, nullptr, 0, &length, false),
+    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, 0, kPageHeight, nullptr, 0, &length,
+                                             false),
               0);
     EXPECT_EQ(length, 777);
     EXPECT_EQ(BufferOf(emulation), "");
@@ -537,9 +531,9 @@ TEST_F(EplPageCommandsTest, PageWithoutRowsInPerPageModeReturnsZeroAndKeepsNothi
     tagOEMCFG cfg = TypicalConfig();
     cfg.sSavePaper = 1;
     long length = 777;
-    EXPECT_EQ(emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth,
-                                             0, nullptr, 0, &length, false),
-              0);
+    EXPECT_EQ(
+        emulation.TransferPageData2CMD(&cfg, page_.data(), kPageBytes, 0, 0, kPageWidth, 0, nullptr, 0, &length, false),
+        0);
     EXPECT_EQ(length, 777);
     EXPECT_EQ(BufferOf(emulation), "");
 }
@@ -569,8 +563,7 @@ TEST_F(EplPageCommandsTest, CornerDotInPrintModeSitsBelowThePageHeight)
     tagOEMCFG cfg = TypicalConfig();
     cfg.bCornerDot = 1;
     cfg.sPaperMode = 2;
-    EXPECT_EQ(Small(cfg), "N\r\nLO639,2,1,1\r\n" + GraphicBlock("GW0,0,4,2,\r\n", small_) +
-                              "P1\r\n");
+    EXPECT_EQ(Small(cfg), "N\r\nLO639,2,1,1\r\n" + GraphicBlock("GW0,0,4,2,\r\n", small_) + "P1\r\n");
 }
 
 // Across 300 dpi: 80 mm is 944.9 dots (945); along 300 dpi: 50 mm is 590.6
@@ -844,8 +837,7 @@ TEST_F(EplPageCommandsTest, CutIntervalDrawsTheCornerDotInEachGroup)
 {
     tagOEMCFG cfg = CutterConfig(3, 2, 2);
     cfg.bCornerDot = 1;
-    const std::string round =
-        "OC\r\nN\r\nLO639,400,1,1\r\n" + GraphicBlock("GW0,0,4,2,\r\n", small_) + "P1\r\n";
+    const std::string round = "OC\r\nN\r\nLO639,400,1,1\r\n" + GraphicBlock("GW0,0,4,2,\r\n", small_) + "P1\r\n";
     EXPECT_EQ(Small(cfg), round + round);
 }
 

@@ -19,8 +19,7 @@ namespace {
 const std::string kHead = "N\r\nI8,E\r\nWN\r\nZB\r\n";
 
 // The typical job's whole block, 48 bytes.
-const std::string kTypicalBlock =
-    "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq639\r\nQ400,24\r\n";
+const std::string kTypicalBlock = "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq639\r\nQ400,24\r\n";
 
 }  // namespace
 
@@ -30,8 +29,7 @@ const std::string kTypicalBlock =
 // the 3 mm gap is 23.98 (24).
 TEST(EplStartDoc, TypicalJobOpensWithTheDocumentedSequence)
 {
-    EXPECT_EQ(StartDoc(TypicalConfig()),
-              "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq639\r\nQ400,24\r\n");
+    EXPECT_EQ(StartDoc(TypicalConfig()), "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq639\r\nQ400,24\r\n");
 }
 
 // --- two-call protocol and cache ---
@@ -357,6 +355,5 @@ TEST(EplStartDoc, AbsurdLabelSizeIsHeldToTheThirtyTwoBitRange)
     tagOEMCFG cfg = TypicalConfig();
     cfg.dwLabelWidth = INT64_MAX;
     cfg.dwLabelLength = INT64_MIN;
-    EXPECT_EQ(StartDoc(cfg),
-              kHead + "S4\r\nD10\r\nO\r\nJF\r\nq2147483647\r\nQ-2147483648,24\r\n");
+    EXPECT_EQ(StartDoc(cfg), kHead + "S4\r\nD10\r\nO\r\nJF\r\nq2147483647\r\nQ-2147483648,24\r\n");
 }

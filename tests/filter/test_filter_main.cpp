@@ -64,8 +64,13 @@ int RunFileJob(const std::string& raster)
         SwappedFd out(1, devNull);
         SwappedFd err(2, devNull);
         std::string file = raster;
-        char* argv[] = {const_cast<char*>("rastertokivcp"), const_cast<char*>("3"), const_cast<char*>("user"),
-                        const_cast<char*>("title"), const_cast<char*>("1"), const_cast<char*>(""), file.data(),
+        char* argv[] = {const_cast<char*>("rastertokivcp"),
+                        const_cast<char*>("3"),
+                        const_cast<char*>("user"),
+                        const_cast<char*>("title"),
+                        const_cast<char*>("1"),
+                        const_cast<char*>(""),
+                        file.data(),
                         nullptr};
         status = FilterMain(7, argv);
     }
@@ -118,8 +123,13 @@ TEST(FilterMainInProcess, SixArgumentJobReadsStandardInputAndNeverClosesIt)
         SwappedFd in(0, fds[0]);
         SwappedFd out(1, devNull);
         SwappedFd err(2, devNull);
-        char* argv[] = {const_cast<char*>("rastertokivcp"), const_cast<char*>("3"), const_cast<char*>("user"),
-                        const_cast<char*>("title"), const_cast<char*>("1"), const_cast<char*>(""), nullptr};
+        char* argv[] = {const_cast<char*>("rastertokivcp"),
+                        const_cast<char*>("3"),
+                        const_cast<char*>("user"),
+                        const_cast<char*>("title"),
+                        const_cast<char*>("1"),
+                        const_cast<char*>(""),
+                        nullptr};
         status = FilterMain(6, argv);
         flagsAfter = fcntl(0, F_GETFD);
         fstat(0, &afterStat);

@@ -79,9 +79,12 @@ TEST_F(OemCfgTest, PpdWithoutOptionsLogsOnlyTheAlwaysLoggedMembers)
 {
     Build(PpdWriter().Keyword("OutputDPI", "203"));
     std::vector<std::string> expected{
-        "Init sRotation: 0, sRotate90: 0", "Init sOutputXDPI: 203, sOutputYDPI: 203",
-        "Init sFixedHeight: 0",            "Init sAutoRotate90: 0",
-        "Init dwStartOffsetValue: 0",      "Init dwEndOffsetValue: 0",
+        "Init sRotation: 0, sRotate90: 0",
+        "Init sOutputXDPI: 203, sOutputYDPI: 203",
+        "Init sFixedHeight: 0",
+        "Init sAutoRotate90: 0",
+        "Init dwStartOffsetValue: 0",
+        "Init dwEndOffsetValue: 0",
     };
     EXPECT_EQ(Logged(), expected);
 }
@@ -287,8 +290,8 @@ TEST_F(OemCfgTest, LevelsFormulaEndPoints)
     EXPECT_EQ(LevelsAdjFromCode(100), 100);
     EXPECT_EQ(LevelsAdjFromCode(0), 999);
     EXPECT_EQ(LevelsAdjFromCode(200), 1);
-    EXPECT_EQ(LevelsAdjFromCode(150), 51);   // 100 - 50 * 99 / 100 = 100 - 49
-    EXPECT_EQ(LevelsAdjFromCode(99), 108);   // 100 + 1 * 899 / 100 = 100 + 8
+    EXPECT_EQ(LevelsAdjFromCode(150), 51);  // 100 - 50 * 99 / 100 = 100 - 49
+    EXPECT_EQ(LevelsAdjFromCode(99), 108);  // 100 + 1 * 899 / 100 = 100 + 8
 }
 
 TEST_F(OemCfgTest, MissingLevelsLeavesZero)
@@ -309,7 +312,8 @@ TEST_F(OemCfgTest, SavePaperWritesSavePaperButLogsThePrintModeText)
 
 TEST_F(OemCfgTest, LastFourOptionsAreZeroAndLoggedWhenMissing)
 {
-    tagOEMCFG cfg = Build(LabelPpd(WithoutOptions({"FixedHeight", "AutoRotate", "StartOffsetValue", "EndOffsetValue"})));
+    tagOEMCFG cfg =
+        Build(LabelPpd(WithoutOptions({"FixedHeight", "AutoRotate", "StartOffsetValue", "EndOffsetValue"})));
     const auto sFixedHeight = cfg.sFixedHeight;
     EXPECT_EQ(sFixedHeight, 0);
     const auto sAutoRotate90 = cfg.sAutoRotate90;

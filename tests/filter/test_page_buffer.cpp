@@ -60,8 +60,8 @@ void PositionColour(unsigned x, unsigned y, unsigned char rgb[3])
 TEST(PageStride, RowsArePaddedToFourBytes)
 {
     EXPECT_EQ(PageStride(RgbHeader(1, 1)), 4u);
-    EXPECT_EQ(PageStride(RgbHeader(5, 1)), 16u);   // 15 bytes -> 16
-    EXPECT_EQ(PageStride(RgbHeader(4, 1)), 12u);   // already aligned
+    EXPECT_EQ(PageStride(RgbHeader(5, 1)), 16u);  // 15 bytes -> 16
+    EXPECT_EQ(PageStride(RgbHeader(4, 1)), 12u);  // already aligned
     EXPECT_EQ(PageStride(RgbHeader(812, 1)), 2436u);
 }
 

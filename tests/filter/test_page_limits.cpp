@@ -120,7 +120,7 @@ TEST(PageLimits, WithoutPrinterResolutionOnlyTheFloorApplies)
 {
     EXPECT_EQ(PageLimitProblem(Page(100, 100, 20000), 0), "");
     EXPECT_EQ(PageLimitProblem(Page(100, 100, 49), 0), "its raster resolution 49 x 49 dpi is below the 50 dpi the "
-                                                          "filter takes");
+                                                       "filter takes");
 }
 
 TEST(PageLimits, PageAsWideAsTheConversionKeepsIsPrinted)

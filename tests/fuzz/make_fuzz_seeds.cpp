@@ -99,8 +99,8 @@ std::string DefaultsJob(bool highResolution, const std::vector<RasterPage>& page
 std::string OptionsJob(bool highResolution, const std::vector<std::string>& selections,
                        const std::vector<RasterPage>& pages)
 {
-    std::string input(1, static_cast<char>(kvfuzz::kFuzzedOptionsBit |
-                                           (highResolution ? kvfuzz::kHighResolutionPpdBit : 0)));
+    std::string input(
+        1, static_cast<char>(kvfuzz::kFuzzedOptionsBit | (highResolution ? kvfuzz::kHighResolutionPpdBit : 0)));
     input += static_cast<char>(selections.size());
     for (const std::string& s : selections)
         input += s;
@@ -140,12 +140,12 @@ int main(int argc, char** argv)
                                  {Select(low, "Rotation=Left90"), Select(low, "PrintMode=CropToContent"),
                                   Select(low, "Halftone=ErrorDiffusion"), Select(low, "Mirror=Mirrored")},
                                  {LabelPage(64, 32, kLowDpi)}));
-    kvtest::WriteFile(dir + "/cutter-every-2-pages-negative",
-                      OptionsJob(false,
-                                 {Select(low, "Mode=Cutter"), Select(low, "CutMethod=EveryNPages"),
-                                  Select(low, "interval=2"), Select(low, "NegativeFilm=On"),
-                                  Select(low, "IsToDashed=On")},
-                                 {LabelPage(64, 32, kLowDpi), LabelPage(64, 32, kLowDpi)}));
+    kvtest::WriteFile(
+        dir + "/cutter-every-2-pages-negative",
+        OptionsJob(false,
+                   {Select(low, "Mode=Cutter"), Select(low, "CutMethod=EveryNPages"), Select(low, "interval=2"),
+                    Select(low, "NegativeFilm=On"), Select(low, "IsToDashed=On")},
+                   {LabelPage(64, 32, kLowDpi), LabelPage(64, 32, kLowDpi)}));
     kvtest::WriteFile(dir + "/save-paper-adaptive-300dpi",
                       OptionsJob(true,
                                  {Select(high, "SavePaper=On"), Select(high, "Halftone=Adaptive"),

@@ -52,10 +52,7 @@ public:
     explicit RandomImages(uint32_t seed) : m_gen(seed) {}
 
     // Returns one random byte in lo..hi.
-    uint8_t Byte(int lo, int hi)
-    {
-        return static_cast<uint8_t>(std::uniform_int_distribution<int>(lo, hi)(m_gen));
-    }
+    uint8_t Byte(int lo, int hi) { return static_cast<uint8_t>(std::uniform_int_distribution<int>(lo, hi)(m_gen)); }
 
     // Returns a random integer in lo..hi.
     int Int(int lo, int hi) { return std::uniform_int_distribution<int>(lo, hi)(m_gen); }
@@ -113,6 +110,6 @@ private:
     std::mt19937 m_gen;
 };
 
-} // namespace kvtest
+}  // namespace kvtest
 
 #endif

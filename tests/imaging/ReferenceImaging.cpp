@@ -44,11 +44,10 @@ bool LevelsOn(int16_t levels)
     return levels != 0 && levels != 300;
 }
 
-} // namespace
+}  // namespace
 
-CoverResult CoverBMP2OutputFormat(CBmpProcessing& p, const uint8_t* src,
-                                  const tagBITMAPINFOHEADER& header, int o, int brightness,
-                                  int contrast, int maxWidth, short cropWhite)
+CoverResult CoverBMP2OutputFormat(CBmpProcessing& p, const uint8_t* src, const tagBITMAPINFOHEADER& header, int o,
+                                  int brightness, int contrast, int maxWidth, short cropWhite)
 {
     CoverResult res{1, header, tagRECT{0, 0, 0, 0}, {}};
     const int64_t W = header.biWidth, H = header.biHeight, d = header.biBitCount;
@@ -115,8 +114,8 @@ CoverResult CoverBMP2OutputFormat(CBmpProcessing& p, const uint8_t* src,
         width += 8 - width % 8;
     }
     const int64_t height = maxR - minR + 1;
-    res.rect = tagRECT{static_cast<int32_t>(left), static_cast<int32_t>(minR),
-                       static_cast<int32_t>(left + width - 1), static_cast<int32_t>(maxR)};
+    res.rect = tagRECT{static_cast<int32_t>(left), static_cast<int32_t>(minR), static_cast<int32_t>(left + width - 1),
+                       static_cast<int32_t>(maxR)};
     const int64_t U = Stride(8, width);
     res.header.biBitCount = 8;
     res.header.biWidth = static_cast<int32_t>(width);
@@ -131,15 +130,14 @@ CoverResult CoverBMP2OutputFormat(CBmpProcessing& p, const uint8_t* src,
     return res;
 }
 
-void Shrink(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount,
-            uint32_t srcStride, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight,
-            uint32_t dstBitCount, uint8_t* dst, uint32_t dstSize, tagColorCFG color,
-            tagRECT whiten)
+void Shrink(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount, uint32_t srcStride,
+            const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstBitCount, uint8_t* dst,
+            uint32_t dstSize, tagColorCFG color, tagRECT whiten)
 {
     std::vector<uint32_t> acc(static_cast<size_t>(dstWidth) * 4, 0);
     const uint32_t dstStride = dstSize / dstHeight;
-    uint8_t c0 = 0, c1 = 0, c2 = 0;   // channels read last
-    uint8_t v0 = 0, v1 = 0, v2 = 0;   // values written last
+    uint8_t c0 = 0, c1 = 0, c2 = 0;  // channels read last
+    uint8_t v0 = 0, v1 = 0, v2 = 0;  // values written last
     uint64_t rowError = 0;
     uint32_t dstRow = 0;
     for (uint32_t y = 0; y < srcHeight; ++y) {
@@ -208,9 +206,8 @@ void Shrink(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t s
     }
 }
 
-tagRGBQUAD AreaColor(const CBmpProcessing& p, float x, float y, float xScale, float yScale,
-                     InterpolationMethod method, OverflowMethod mode,
-                     const tagRGBQUAD* replacement)
+tagRGBQUAD AreaColor(const CBmpProcessing& p, float x, float y, float xScale, float yScale, InterpolationMethod method,
+                     OverflowMethod mode, const tagRGBQUAD* replacement)
 {
     if (xScale <= 1 && yScale <= 1) {
         return p.GetPixelColorInterpolated(x, y, method, mode, replacement);
@@ -252,8 +249,8 @@ tagRGBQUAD AreaColor(const CBmpProcessing& p, float x, float y, float xScale, fl
             for (int i = xmin; i <= xmax; ++i) {
                 const CxRect2 c = A.CrossSection(box(i, j));
                 const CxPoint2 m = c.Center();
-                p.AddAveragingCont(p.GetPixelColorInterpolated(m.x, m.y, method, mode, replacement),
-                                   c.Surface(), r, g, b, a);
+                p.AddAveragingCont(p.GetPixelColorInterpolated(m.x, m.y, method, mode, replacement), c.Surface(), r, g,
+                                   b, a);
             }
         }
     }
@@ -270,12 +267,12 @@ tagRGBQUAD AreaColor(const CBmpProcessing& p, float x, float y, float xScale, fl
     return tagRGBQUAD{finish(b / s), finish(g / s), finish(r / s), 0};
 }
 
-void Resample(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount,
-              uint32_t srcStride, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight,
-              uint8_t* dst, uint32_t dstSize, tagColorCFG color)
+void Resample(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount, uint32_t srcStride,
+              const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint8_t* dst, uint32_t dstSize,
+              tagColorCFG color)
 {
-    p.BindImage(src, static_cast<int32_t>(srcWidth), static_cast<int32_t>(srcHeight),
-                static_cast<uint16_t>(bitCount), srcStride);
+    p.BindImage(src, static_cast<int32_t>(srcWidth), static_cast<int32_t>(srcHeight), static_cast<uint16_t>(bitCount),
+                srcStride);
     const float xScale = static_cast<float>(srcWidth) / static_cast<float>(dstWidth);
     const float yScale = static_cast<float>(srcHeight) / static_cast<float>(dstHeight);
     const uint32_t stride = dstSize / dstHeight;
@@ -399,7 +396,7 @@ double BalanceOfMoments(const kvimg::GreyHistogram& h, int lo, int t, int hi)
     return below + above > 0.0 ? -std::fabs((below - above) / (below + above)) : 0.0;
 }
 
-} // namespace
+}  // namespace
 
 kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h, int lo, int hi)
 {
@@ -409,8 +406,7 @@ kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h
         allSum += h[i] * i;
         allSq += h[i] * static_cast<double>(i * i);
     }
-    kvimg::ThresholdCriteria best{{kvimg::kNoThreshold, kvimg::kNoThreshold, kvimg::kNoThreshold,
-                                   kvimg::kNoThreshold}};
+    kvimg::ThresholdCriteria best{{kvimg::kNoThreshold, kvimg::kNoThreshold, kvimg::kNoThreshold, kvimg::kNoThreshold}};
     double bestValue[kvimg::kThresholdCriteria] = {};
     double c1 = 0.0, s1 = 0.0, q1 = 0.0;
     for (int t = lo; t < hi; ++t) {
@@ -468,4 +464,4 @@ std::vector<uint8_t> BilinearResample(const uint8_t* src, int srcWidth, int srcH
     return out;
 }
 
-} // namespace kvref
+}  // namespace kvref

@@ -18,29 +18,26 @@ struct CoverResult {
     int status;
     tagBITMAPINFOHEADER header;
     tagRECT rect;
-    std::vector<uint8_t> pixels;   // empty when nothing was kept
+    std::vector<uint8_t> pixels;  // empty when nothing was kept
 };
 
 // The output format conversion, one pixel at a time, into a fresh buffer.
-CoverResult CoverBMP2OutputFormat(CBmpProcessing& p, const uint8_t* src,
-                                  const tagBITMAPINFOHEADER& header, int orientation,
-                                  int brightness, int contrast, int maxWidth, short cropWhite);
+CoverResult CoverBMP2OutputFormat(CBmpProcessing& p, const uint8_t* src, const tagBITMAPINFOHEADER& header,
+                                  int orientation, int brightness, int contrast, int maxWidth, short cropWhite);
 
 // The shrink with its column and row errors advanced pixel by pixel.
-void Shrink(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount,
-            uint32_t srcStride, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight,
-            uint32_t dstBitCount, uint8_t* dst, uint32_t dstSize, tagColorCFG color,
-            tagRECT whiten);
+void Shrink(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t srcBitCount, uint32_t srcStride,
+            const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint32_t dstBitCount, uint8_t* dst,
+            uint32_t dstSize, tagColorCFG color, tagRECT whiten);
 
 // The area average of the bound image, every read through the outside rule.
-tagRGBQUAD AreaColor(const CBmpProcessing& p, float x, float y, float xScale, float yScale,
-                     InterpolationMethod method, OverflowMethod mode,
-                     const tagRGBQUAD* replacement);
+tagRGBQUAD AreaColor(const CBmpProcessing& p, float x, float y, float xScale, float yScale, InterpolationMethod method,
+                     OverflowMethod mode, const tagRGBQUAD* replacement);
 
 // The resampling, one interpolated read per output pixel.
-void Resample(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount,
-              uint32_t srcStride, const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight,
-              uint8_t* dst, uint32_t dstSize, tagColorCFG color);
+void Resample(CBmpProcessing& p, uint32_t srcWidth, uint32_t srcHeight, uint32_t bitCount, uint32_t srcStride,
+              const uint8_t* src, uint32_t dstWidth, uint32_t dstHeight, uint8_t* dst, uint32_t dstSize,
+              tagColorCFG color);
 
 // The blank-edge search as four separate scans (columns from the left,
 // rows from the top, columns from the right, rows from the bottom).
@@ -55,6 +52,6 @@ kvimg::ThresholdCriteria EvaluateThresholdCriteria(const kvimg::GreyHistogram& h
 std::vector<uint8_t> BilinearResample(const uint8_t* src, int srcWidth, int srcHeight, int srcStride, int dstWidth,
                                       int dstHeight);
 
-} // namespace kvref
+}  // namespace kvref
 
 #endif

@@ -25,7 +25,7 @@ YCbCrQUAD Convert(tagRGBQUAD c)
     return out;
 }
 
-} // namespace
+}  // namespace
 
 TEST(RGB2YCbCr, WhiteGivesLuma128AndZeroChroma)
 {
@@ -59,7 +59,7 @@ TEST(RGB2YCbCr, ConvertsEveryPixelOfTheCount)
     CBmpProcessing p;
     const tagRGBQUAD src[2] = {Rgb(255, 255, 255), Rgb(0, 0, 0)};
     YCbCrQUAD dst[2] = {{1, 1, 1}, {1, 1, 1}};
-    p.RGB2YCbCr(src, 2, dst, 0);   // the destination count is not used
+    p.RGB2YCbCr(src, 2, dst, 0);  // the destination count is not used
     EXPECT_EQ(dst[0].Y, 128);
     EXPECT_EQ(dst[1].Y, -127);
 }
@@ -144,7 +144,7 @@ TEST(GrayWorld, ChannelPushedPastWhiteWrapsModulo256)
     EXPECT_EQ(p.AutoWhiteBalanceGrayWorld(stats.data(), 1, target.data(), 0), 1);
     EXPECT_EQ(target[0] & 0xFF, 44u);
     EXPECT_EQ((target[0] >> 8) & 0xFF, 150u);
-    EXPECT_EQ((target[0] >> 16) & 0xFF, 150u);   // 200 * 0.75
+    EXPECT_EQ((target[0] >> 16) & 0xFF, 150u);  // 200 * 0.75
 }
 
 TEST(GrayWorld, ReservedByteBecomesZero)
@@ -168,7 +168,7 @@ TEST(GrayWorld, NonPositiveCountReturns1AndChangesNothing)
 TEST(GrayWorld, ZeroChannelAverageSaturatesNonZeroToWhiteAndKeepsZero)
 {
     CBmpProcessing p;
-    const uint32_t stats = Word(90, 90, 0);   // blue average 0: infinite gain
+    const uint32_t stats = Word(90, 90, 0);  // blue average 0: infinite gain
     uint32_t target[2] = {Word(90, 90, 7), Word(90, 90, 0)};
     p.AutoWhiteBalanceGrayWorld(&stats, 1, target, 2);
     EXPECT_EQ(target[0] & 0xFF, 255u);
@@ -214,8 +214,7 @@ TEST(PerfectReflector, AccumulatorStartingAtLastKeyChangesTheThreshold)
     // accumulator exceeds 2 at key 767, so no pixel is brighter than the
     // threshold and every channel average is 0: the result is black.
     CBmpProcessing p;
-    std::vector<uint32_t> px = {Word(100, 100, 100), Word(200, 200, 200), Word(200, 200, 200),
-                                Word(10, 10, 10)};
+    std::vector<uint32_t> px = {Word(100, 100, 100), Word(200, 200, 200), Word(200, 200, 200), Word(10, 10, 10)};
     const std::vector<uint32_t> colours = px;
     EXPECT_EQ(p.AutoWhiteBalancePerfectReflector(colours.data(), 4, px.data(), 4, 50), 1);
     for (uint32_t w : px) {
@@ -301,7 +300,7 @@ TEST(BlockWhiteBalance, BlockMeanDeviationIsMeanAbsoluteDistance)
     EXPECT_EQ(s.blocks, 1);
     EXPECT_EQ(s.meanCb, -21);
     EXPECT_EQ(s.devCb, 21);
-    EXPECT_EQ(s.maxY, 0);   // starts at 0: red's -51 and black's -127 stay below
+    EXPECT_EQ(s.maxY, 0);  // starts at 0: red's -51 and black's -127 stay below
 }
 
 TEST(BlockWhiteBalance, LumaThresholdIsTheBinWhereTheTopTenthIsExceeded)

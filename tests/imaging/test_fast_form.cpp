@@ -96,19 +96,17 @@ void ExpectSameConversion(CBmpProcessing& fast, CBmpProcessing& plain, const Con
     unsigned char* out = nullptr;
     unsigned int cap = 0;
     const int brightness = c.tone ? 15 : 0, contrast = c.tone ? -20 : 0;
-    const int status = fast.CoverBMP2OutputFormat(c.src.data(), static_cast<unsigned int>(c.src.size()), &out,
-                                                  &cap, &header, &rect, c.orientation, 0, 0,
-                                                  COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, brightness, contrast,
-                                                  c.maxWidth, c.crop);
+    const int status = fast.CoverBMP2OutputFormat(
+        c.src.data(), static_cast<unsigned int>(c.src.size()), &out, &cap, &header, &rect, c.orientation, 0, 0,
+        COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, brightness, contrast, c.maxWidth, c.crop);
     Owned owned(out);
-    const kvref::CoverResult want = kvref::CoverBMP2OutputFormat(plain, c.src.data(), before, c.orientation,
-                                                                 brightness, contrast, c.maxWidth, c.crop);
+    const kvref::CoverResult want = kvref::CoverBMP2OutputFormat(plain, c.src.data(), before, c.orientation, brightness,
+                                                                 contrast, c.maxWidth, c.crop);
     const std::vector<uint8_t> got = out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>();
     ASSERT_EQ(status, want.status);
     ASSERT_EQ(std::memcmp(&header, &want.header, sizeof header), 0);
     ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0);
-    ASSERT_EQ(got, want.pixels) << c.w << "x" << c.h << "@" << c.bits << " o" << c.orientation << " cap "
-                                << c.maxWidth;
+    ASSERT_EQ(got, want.pixels) << c.w << "x" << c.h << "@" << c.bits << " o" << c.orientation << " cap " << c.maxWidth;
 }
 
 // One shrink: the source, its size and depth, the destination's, the tone
@@ -155,7 +153,7 @@ void ExpectSameShrink(const ShrinkCase& c)
     ASSERT_EQ(got, want) << c.sw << "x" << c.sh << "@" << c.sbits << " -> " << c.dw << "x" << c.dh << "@" << c.dbits;
 }
 
-} // namespace
+}  // namespace
 
 TEST(FastForm, UnturnedNearWhitePageConversionMatchesTheStraightforwardFormBitForBit)
 {
@@ -201,15 +199,16 @@ TEST(FastForm, RedFirstConversionEqualsTheConversionOfTheSwappedPage)
         unsigned char* out = nullptr;
         unsigned int cap = 0;
         const short crop = static_cast<short>(rnd.Int(0, 1));
-        const int status = fast.CoverBMP2OutputFormat(sent.data(), static_cast<unsigned int>(sent.size()), &out, &cap,
-                                                      &header, &rect, orientation, 0, 0,
-                                                      COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0, maxWidth, crop);
+        const int status = fast.CoverBMP2OutputFormat(
+            sent.data(), static_cast<unsigned int>(sent.size()), &out, &cap, &header, &rect, orientation, 0, 0,
+            COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, 0, 0, maxWidth, crop);
         Owned owned(out);
         const kvref::CoverResult want =
             kvref::CoverBMP2OutputFormat(plain, swapped.data(), before, orientation, 0, 0, maxWidth, crop);
         ASSERT_EQ(status, want.status) << "round " << round;
         ASSERT_EQ(std::memcmp(&rect, &want.rect, sizeof rect), 0) << "round " << round;
-        ASSERT_EQ(out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>(), want.pixels) << "round " << round;
+        ASSERT_EQ(out ? std::vector<uint8_t>(out, out + cap) : std::vector<uint8_t>(), want.pixels)
+            << "round " << round;
     }
 }
 
@@ -244,7 +243,7 @@ std::vector<uint8_t> DiffuseFourReference(std::vector<uint8_t> src, int w, int h
     return dst;
 }
 
-} // namespace
+}  // namespace
 
 TEST(FastForm, ErrorDiffusionMatchesThePixelByPixelRule)
 {
@@ -327,10 +326,9 @@ TEST(FastForm, ThresholdCriteriaOverOccupiedBinsMatchTheSumsOverEveryBin)
 TEST(FastForm, ResampleMatchesTheStraightforwardFormBitForBit)
 {
     kvtest::RandomImages rnd(101);
-    const uint32_t cases[][4] = {{37, 23, 17, 11}, {51, 40, 34, 27}, {20, 20, 45, 31},
-                                 {30, 10, 15, 25}, {10, 30, 25, 15}, {13, 17, 13, 17},
-                                 {61, 7, 40, 5},   {5, 5, 1, 1},     {3, 3, 2, 2},
-                                 {122, 183, 81, 122}};
+    const uint32_t cases[][4] = {{37, 23, 17, 11}, {51, 40, 34, 27},   {20, 20, 45, 31}, {30, 10, 15, 25},
+                                 {10, 30, 25, 15}, {13, 17, 13, 17},   {61, 7, 40, 5},   {5, 5, 1, 1},
+                                 {3, 3, 2, 2},     {122, 183, 81, 122}};
     for (uint32_t bits : {8u, 24u}) {
         for (const auto& c : cases) {
             const std::vector<uint8_t> src = rnd.Image(c[0], c[1], bits);
@@ -341,12 +339,12 @@ TEST(FastForm, ResampleMatchesTheStraightforwardFormBitForBit)
                 PrepareTones(plain);
                 std::vector<uint8_t> got(size, 7), want(size, 7);
                 unsigned char* out = got.data();
-                fast.InvoicResampleImg2(c[0], c[1], bits, Stride(bits, c[0]), src.data(), c[2], c[3], 0,
-                                        &out, size, tone, 0, tagRECT{});
-                kvref::Resample(plain, c[0], c[1], bits, Stride(bits, c[0]), src.data(), c[2], c[3],
-                                want.data(), size, tone);
-                ASSERT_EQ(got, want) << c[0] << "x" << c[1] << " -> " << c[2] << "x" << c[3] << " @"
-                                     << bits << " levels " << tone.levels;
+                fast.InvoicResampleImg2(c[0], c[1], bits, Stride(bits, c[0]), src.data(), c[2], c[3], 0, &out, size,
+                                        tone, 0, tagRECT{});
+                kvref::Resample(plain, c[0], c[1], bits, Stride(bits, c[0]), src.data(), c[2], c[3], want.data(), size,
+                                tone);
+                ASSERT_EQ(got, want) << c[0] << "x" << c[1] << " -> " << c[2] << "x" << c[3] << " @" << bits
+                                     << " levels " << tone.levels;
             }
         }
     }
@@ -416,8 +414,9 @@ TEST(FastForm, ShrinkByWholeAndPrinterRatiosMatchesTheStraightforwardFormBitForB
         }
         const uint32_t sbits = round % 5 == 0 ? 8 : 24, dbits = round % 7 == 0 ? 8 : 24;
         const tagColorCFG tone = kTones[rnd.Int(0, 3)];
-        const tagRECT whiten =
-            round % 2 ? tagRECT{0, 0, 0, 0} : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
+        const tagRECT whiten = round % 2
+                                   ? tagRECT{0, 0, 0, 0}
+                                   : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
         const std::vector<uint8_t> src = rnd.Int(0, 1) ? rnd.Image(sw, sh, sbits) : SparseInk(rnd, sw, sh, sbits);
         ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten, false}));
     }
@@ -435,8 +434,9 @@ TEST(FastForm, ShrinkByLessThanTwoMatchesTheStraightforwardFormBitForBit)
         const uint32_t sw = rnd.Int(dw, 2 * dw - (dw > 1 ? 1 : 0)), sh = rnd.Int(dh, 2 * dh - (dh > 1 ? 1 : 0));
         const uint32_t sbits = round % 9 == 0 ? 8 : 24, dbits = round % 11 == 0 ? 8 : 24;
         const tagColorCFG tone = round % 3 == 0 ? kTones[rnd.Int(0, 3)] : kTones[0];
-        const tagRECT whiten =
-            round % 5 ? tagRECT{-1, -1, -1, -1} : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
+        const tagRECT whiten = round % 5
+                                   ? tagRECT{-1, -1, -1, -1}
+                                   : tagRECT{rnd.Int(-3, 100), rnd.Int(-3, 40), rnd.Int(-3, 300), rnd.Int(-3, 90)};
         const std::vector<uint8_t> src = rnd.Int(0, 1) ? rnd.Image(sw, sh, sbits) : SparseInk(rnd, sw, sh, sbits);
         ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, sw, sh, sbits, dw, dh, dbits, tone, whiten, round % 2 == 1}));
     }
@@ -468,7 +468,8 @@ TEST(FastForm, ShrinkAveragingMoreThan4103PixelsDividesAsTheStraightforwardForm)
     const uint32_t cases[][4] = {{100, 60, 1, 1}, {130, 80, 2, 1}, {70, 70, 1, 1}};
     for (const auto& c : cases) {
         const std::vector<uint8_t> src = rnd.Image(c[0], c[1], 24);
-        ASSERT_NO_FATAL_FAILURE(ExpectSameShrink({src, c[0], c[1], 24, c[2], c[3], 24, kTones[0], tagRECT{0, 0, 0, 0}, false}));
+        ASSERT_NO_FATAL_FAILURE(
+            ExpectSameShrink({src, c[0], c[1], 24, c[2], c[3], 24, kTones[0], tagRECT{0, 0, 0, 0}, false}));
     }
 }
 
@@ -486,8 +487,7 @@ TEST(FastForm, OutputFormatConversionMatchesTheStraightforwardFormBitForBit)
         CBmpProcessing fast, plain;
         PrepareTones(fast);
         PrepareTones(plain);
-        ASSERT_NO_FATAL_FAILURE(
-            ExpectSameConversion(fast, plain, {src, w, h, bits, orientation, tone, maxWidth, crop}))
+        ASSERT_NO_FATAL_FAILURE(ExpectSameConversion(fast, plain, {src, w, h, bits, orientation, tone, maxWidth, crop}))
             << "round " << round;
     }
 }
@@ -498,14 +498,13 @@ TEST(FastForm, BlankEdgeSearchMatchesTheFourSeparateScans)
     for (int round = 0; round < 300; ++round) {
         const int32_t w = rnd.Int(1, 40), h = rnd.Int(1, 30);
         const int bits = round % 3 == 0 ? 1 : round % 3 == 1 ? 8 : 24;
-        const std::vector<uint8_t> img =
-            round % 4 == 0 ? rnd.Image(w, h, bits) : SparseInk(rnd, w, h, bits);
+        const std::vector<uint8_t> img = round % 4 == 0 ? rnd.Image(w, h, bits) : SparseInk(rnd, w, h, bits);
         const tagBITMAPINFOHEADER header = Header(w, h, static_cast<uint16_t>(bits));
         unsigned char* out = nullptr;
         unsigned int cap = 0;
         tagRECT got{};
-        ASSERT_EQ(CBmpProcessing().RemoveBlankEdge(img.data(), static_cast<unsigned int>(img.size()),
-                                                   &header, &out, &cap, &got),
+        ASSERT_EQ(CBmpProcessing().RemoveBlankEdge(img.data(), static_cast<unsigned int>(img.size()), &header, &out,
+                                                   &cap, &got),
                   1);
         Owned owned(out);
         const tagRECT want = kvref::BlankEdgeScans(img.data(), w, h, bits);

@@ -37,8 +37,7 @@ Rotated Rotate(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t b
     unsigned char* out = nullptr;
     unsigned int cap = 0;
     r.status = CBmpProcessing().RotateImgData(src.data(), static_cast<unsigned int>(src.size()),
-                                              tagRECT{0, 0, w - 1, h - 1}, &r.header, code, &out,
-                                              &cap, &r.rect);
+                                              tagRECT{0, 0, w - 1, h - 1}, &r.header, code, &out, &cap, &r.rect);
     Owned owned(out);
     if (out != nullptr) {
         r.pixels.assign(out, out + cap);
@@ -71,8 +70,8 @@ Edges FindEdges(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t 
     const tagBITMAPINFOHEADER header = Header(w, h, bits);
     unsigned char* out = nullptr;
     unsigned int cap = 0;
-    e.status = CBmpProcessing().RemoveBlankEdge(src.data(), static_cast<unsigned int>(src.size()),
-                                                &header, &out, &cap, &e.rect);
+    e.status = CBmpProcessing().RemoveBlankEdge(src.data(), static_cast<unsigned int>(src.size()), &header, &out, &cap,
+                                                &e.rect);
     Owned owned(out);
     if (out != nullptr) {
         e.pixels.assign(out, out + cap);
@@ -80,7 +79,7 @@ Edges FindEdges(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t 
     return e;
 }
 
-} // namespace
+}  // namespace
 
 TEST(Rotate, HalfTurnMapsEachPixelToTheOppositeCorner)
 {
@@ -164,10 +163,10 @@ TEST(Rotate, OneBitImageIsRefused)
 
 TEST(Rotate, ThirtyTwoBitImageGivesAWhiteOutputOfTheRightSize)
 {
-    const std::vector<uint8_t> src(24, 0);   // 3 x 2 at 4 bytes a pixel
+    const std::vector<uint8_t> src(24, 0);  // 3 x 2 at 4 bytes a pixel
     const Rotated r = Rotate(src, 3, 2, 32, 0);
     EXPECT_EQ(r.status, 1);
-    EXPECT_EQ(r.pixels, std::vector<uint8_t>(3 * 8, 255));   // 3 rows of 2 pixels
+    EXPECT_EQ(r.pixels, std::vector<uint8_t>(3 * 8, 255));  // 3 rows of 2 pixels
     EXPECT_EQ(r.header.biWidth, 2);
     EXPECT_EQ(r.header.biHeight, 3);
 }
@@ -220,8 +219,8 @@ TEST(Rotate, GivenBufferIsFilledWhiteUpToItsStatedCapacity)
     unsigned int cap = 20;
     tagRECT rect{};
     EXPECT_EQ(p.RotateImgData(src.data(), 8, tagRECT{0, 0, 2, 1}, &h, 1, &out, &cap, &rect), 1);
-    EXPECT_EQ(buf, (std::vector<unsigned char>{6, 5, 4, 255, 3, 2, 1, 255, 255, 255, 255, 255,
-                                                255, 255, 255, 255, 255, 255, 255, 255}));
+    EXPECT_EQ(buf, (std::vector<unsigned char>{6,   5,   4,   255, 3,   2,   1,   255, 255, 255,
+                                               255, 255, 255, 255, 255, 255, 255, 255, 255, 255}));
     EXPECT_EQ(cap, 20u);
 }
 
@@ -278,7 +277,7 @@ TEST_F(RotatedRectangle, QuarterTurnBackSwapsAxesMeasuringLeftFromTheBottomEdge)
 
 TEST(RemoveBlankEdge, AllWhite8BitImageKeepsTheWholeImageRoundedToBytesOfEight)
 {
-    const std::vector<uint8_t> img(16 * 5, 255);   // 13 x 5, stride 16
+    const std::vector<uint8_t> img(16 * 5, 255);  // 13 x 5, stride 16
     const Edges e = FindEdges(img, 13, 5, 8);
     EXPECT_EQ(e.status, 1);
     EXPECT_TRUE(RectIs(e.rect, 0, 0, 15, 4));
@@ -308,12 +307,12 @@ TEST(RemoveBlankEdge, EightBitByte250IsInkAnd251IsBlank)
 
 TEST(RemoveBlankEdge, TwentyFourBitLastInkRowGoesToTopAndBottomStaysAtTheEnd)
 {
-    std::vector<uint8_t> img(48 * 10, 255);   // 16 x 10 at 24 bits
+    std::vector<uint8_t> img(48 * 10, 255);  // 16 x 10 at 24 bits
     std::memset(&img[2 * 48 + 3 * 3], 0, 3);
     std::memset(&img[7 * 48 + 5 * 3], 0, 3);
     const Edges e = FindEdges(img, 16, 10, 24);
     EXPECT_TRUE(RectIs(e.rect, 0, 7, 7, 9));
-    EXPECT_EQ(e.pixels, std::vector<uint8_t>(24 * 3, 0));   // zero-filled, nothing copied
+    EXPECT_EQ(e.pixels, std::vector<uint8_t>(24 * 3, 0));  // zero-filled, nothing copied
 }
 
 TEST(RemoveBlankEdge, TwentyFourBitPixelWithOneByteAbove250IsBlank)
@@ -327,9 +326,9 @@ TEST(RemoveBlankEdge, TwentyFourBitPixelWithOneByteAbove250IsBlank)
 
 TEST(RemoveBlankEdge, OneBitLastInkRowGoesToTopAndBottomStaysAtTheEnd)
 {
-    std::vector<uint8_t> img(4 * 10, 0xFF);   // 16 x 10 at 1 bit, white = 1
+    std::vector<uint8_t> img(4 * 10, 0xFF);  // 16 x 10 at 1 bit, white = 1
     img[2 * 4 + 0] = static_cast<uint8_t>(~(0x80 >> 3));
-    img[7 * 4 + 1] = static_cast<uint8_t>(~(0x80 >> 1));   // column 9
+    img[7 * 4 + 1] = static_cast<uint8_t>(~(0x80 >> 1));  // column 9
     const Edges e = FindEdges(img, 16, 10, 1);
     EXPECT_TRUE(RectIs(e.rect, 0, 7, 15, 9));
     EXPECT_EQ(e.pixels, std::vector<uint8_t>(4 * 3, 0));
@@ -375,7 +374,7 @@ TEST(RemoveBlankEdge, GivenBufferLargeEnoughReceivesTheBox)
     tagRECT rect{};
     EXPECT_EQ(p.RemoveBlankEdge(img.data(), 32, &h, &out, &cap, &rect), 1);
     EXPECT_TRUE(RectIs(rect, 8, 0, 15, 1));
-    EXPECT_EQ(buf[9], 7);   // row 1 - top 0 = 1, column 9 - 8 = 1
+    EXPECT_EQ(buf[9], 7);  // row 1 - top 0 = 1, column 9 - 8 = 1
     EXPECT_EQ(buf[0], 255);
     EXPECT_EQ(buf[16], 1);  // beyond the 16-byte box: untouched
 }
@@ -390,8 +389,7 @@ TEST(Copy8BitImgBitRect, CopiesRowsRoundedUpToBytesOfEight)
     std::vector<uint8_t> dst(16, 0);
     const tagRECT r{2, 1, 4, 2};
     EXPECT_EQ(p.Copy8BitImgBitRect(src.data(), 10, 3, dst.data(), &r), 1);
-    EXPECT_EQ(dst, (std::vector<uint8_t>{14, 15, 16, 17, 18, 19, 20, 21, 26, 27, 28, 29, 30, 31,
-                                         32, 33}));
+    EXPECT_EQ(dst, (std::vector<uint8_t>{14, 15, 16, 17, 18, 19, 20, 21, 26, 27, 28, 29, 30, 31, 32, 33}));
 }
 
 TEST(Copy8BitImgBitRect, ZeroHeightReturns1AndCopiesNothing)

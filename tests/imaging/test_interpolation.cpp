@@ -19,7 +19,9 @@ struct GreyImage24 {
     std::vector<uint8_t> bytes;
 
     GreyImage24(int32_t w, int32_t h, uint8_t fill)
-        : width(w), height(h), stride(kvtest::Stride(24, w)), bytes(stride * h, fill) {}
+            : width(w), height(h), stride(kvtest::Stride(24, w)), bytes(stride * h, fill)
+    {
+    }
 
     void Set(int32_t x, int32_t y, uint8_t v)
     {
@@ -33,10 +35,7 @@ struct GreyImage24 {
         bytes[y * stride + 3 * x + 2] = red;
     }
 
-    void Bind(CBmpProcessing& p) const
-    {
-        p.BindImage(bytes.data(), width, height, 24, stride);
-    }
+    void Bind(CBmpProcessing& p) const { p.BindImage(bytes.data(), width, height, 24, stride); }
 };
 
 void ExpectColour(const tagRGBQUAD& c, uint8_t red, uint8_t green, uint8_t blue, uint8_t reserved)
@@ -53,22 +52,38 @@ const tagRGBQUAD kReplacement = Rgb(1, 2, 3, 4);
 std::function<float(float)> NamedKernel(int method)
 {
     switch (method) {
-    case InterpBSpline: return CBmpProcessing::KernelBSpline;
-    case InterpBicubic: return CBmpProcessing::KernelCubic;
-    case InterpGeneralizedCubic: return [](float d) { return CBmpProcessing::KernelGeneralizedCubic(d, -0.5f); };
-    case InterpLanczos: return [](float d) { return CBmpProcessing::KernelLanczosSinc(d, 6.0f); };
-    case InterpBox: return CBmpProcessing::KernelBox;
-    case InterpHermite: return CBmpProcessing::KernelHermite;
-    case InterpHamming: return CBmpProcessing::KernelHamming;
-    case InterpSinc: return CBmpProcessing::KernelSinc;
-    case InterpBlackman: return CBmpProcessing::KernelBlackman;
-    case InterpBessel: return CBmpProcessing::KernelBessel;
-    case InterpGaussian: return CBmpProcessing::KernelGaussian;
-    case InterpQuadratic: return CBmpProcessing::KernelQuadratic;
-    case InterpMitchell: return CBmpProcessing::KernelMitchell;
-    case InterpCatrom: return CBmpProcessing::KernelCatrom;
-    case InterpHanning: return CBmpProcessing::KernelHanning;
-    default: return [](float d) { return CBmpProcessing::KernelPower(d, 2.0f); };
+    case InterpBSpline:
+        return CBmpProcessing::KernelBSpline;
+    case InterpBicubic:
+        return CBmpProcessing::KernelCubic;
+    case InterpGeneralizedCubic:
+        return [](float d) { return CBmpProcessing::KernelGeneralizedCubic(d, -0.5f); };
+    case InterpLanczos:
+        return [](float d) { return CBmpProcessing::KernelLanczosSinc(d, 6.0f); };
+    case InterpBox:
+        return CBmpProcessing::KernelBox;
+    case InterpHermite:
+        return CBmpProcessing::KernelHermite;
+    case InterpHamming:
+        return CBmpProcessing::KernelHamming;
+    case InterpSinc:
+        return CBmpProcessing::KernelSinc;
+    case InterpBlackman:
+        return CBmpProcessing::KernelBlackman;
+    case InterpBessel:
+        return CBmpProcessing::KernelBessel;
+    case InterpGaussian:
+        return CBmpProcessing::KernelGaussian;
+    case InterpQuadratic:
+        return CBmpProcessing::KernelQuadratic;
+    case InterpMitchell:
+        return CBmpProcessing::KernelMitchell;
+    case InterpCatrom:
+        return CBmpProcessing::KernelCatrom;
+    case InterpHanning:
+        return CBmpProcessing::KernelHanning;
+    default:
+        return [](float d) { return CBmpProcessing::KernelPower(d, 2.0f); };
     }
 }
 
@@ -109,7 +124,7 @@ tagRGBQUAD KernelExpectation(const GreyImage24& img, int method, float x, float 
     return c;
 }
 
-} // namespace
+}  // namespace
 
 TEST(CxPoint2, DefaultIsTheOriginAndDistanceIsEuclidean)
 {
@@ -298,8 +313,7 @@ TEST(Interpolate, NearestAtMinusPoint7ReadsColumnZero)
     CBmpProcessing p;
     GreyImage24 img(2, 1, 40);
     img.Bind(p);
-    ExpectColour(p.GetPixelColorInterpolated(-0.7f, 0.0f, InterpNearest, OverflowColor, &kReplacement),
-                 40, 40, 40, 0);
+    ExpectColour(p.GetPixelColorInterpolated(-0.7f, 0.0f, InterpNearest, OverflowColor, &kReplacement), 40, 40, 40, 0);
 }
 
 TEST(Interpolate, NearestRoundsAHalfUp)
@@ -320,10 +334,9 @@ TEST(Interpolate, FixedOutsideModesReturnTheOutsideColourWithoutWeightingPixels)
     const std::pair<InterpolationMethod, float> cases[] = {
         {InterpBilinear, -3.0f}, {InterpCatrom, -4.0f}, {InterpBSpline, 17.5f}, {InterpLanczos, -8.0f}};
     for (const auto& c : cases) {
-        ExpectColour(p.GetPixelColorInterpolated(c.second, 2.0f, c.first, OverflowColor, &kReplacement),
-                     1, 2, 3, 4);
-        ExpectColour(p.GetPixelColorInterpolated(c.second, 2.0f, c.first, OverflowWhite, &kReplacement),
-                     255, 255, 255, 4);
+        ExpectColour(p.GetPixelColorInterpolated(c.second, 2.0f, c.first, OverflowColor, &kReplacement), 1, 2, 3, 4);
+        ExpectColour(p.GetPixelColorInterpolated(c.second, 2.0f, c.first, OverflowWhite, &kReplacement), 255, 255, 255,
+                     4);
     }
 }
 
@@ -333,11 +346,8 @@ TEST(Interpolate, ExactNegativeIntegerPositionTakesTheCellBelow)
     CBmpProcessing p;
     GreyImage24 img(4, 4, 100);
     img.Bind(p);
-    ExpectColour(p.GetPixelColorInterpolated(-1.0f, 1.0f, InterpBilinear, OverflowColor, &kReplacement),
-                 1, 2, 3, 4);
-    EXPECT_EQ(p.GetPixelColorInterpolated(-0.999f, 1.0f, InterpBilinear, OverflowColor, &kReplacement)
-                  .rgbReserved,
-              0);
+    ExpectColour(p.GetPixelColorInterpolated(-1.0f, 1.0f, InterpBilinear, OverflowColor, &kReplacement), 1, 2, 3, 4);
+    EXPECT_EQ(p.GetPixelColorInterpolated(-0.999f, 1.0f, InterpBilinear, OverflowColor, &kReplacement).rgbReserved, 0);
 }
 
 TEST(Interpolate, BilinearInteriorOf24BitImageUsesFixedPointWeights)
@@ -348,8 +358,7 @@ TEST(Interpolate, BilinearInteriorOf24BitImageUsesFixedPointWeights)
     GreyImage24 img(2, 2, 0);
     img.Set(0, 0, 255);
     img.Bind(p);
-    ExpectColour(p.GetPixelColorInterpolated(0.1f, 0.1f, InterpBilinear, OverflowColor, nullptr),
-                 207, 207, 207, 0);
+    ExpectColour(p.GetPixelColorInterpolated(0.1f, 0.1f, InterpBilinear, OverflowColor, nullptr), 207, 207, 207, 0);
 }
 
 TEST(Interpolate, BilinearOf8BitImageUsesFloatWeights)
@@ -357,8 +366,7 @@ TEST(Interpolate, BilinearOf8BitImageUsesFloatWeights)
     CBmpProcessing p;
     const std::vector<uint8_t> img = {255, 0, 0, 0, 0, 0, 0, 0};
     p.BindImage(img.data(), 2, 2, 8, 4);
-    ExpectColour(p.GetPixelColorInterpolated(0.1f, 0.1f, InterpBilinear, OverflowColor, nullptr),
-                 206, 206, 206, 0);
+    ExpectColour(p.GetPixelColorInterpolated(0.1f, 0.1f, InterpBilinear, OverflowColor, nullptr), 206, 206, 206, 0);
 }
 
 TEST(Interpolate, BilinearResultSnapsNearWhiteToWhite)
@@ -366,8 +374,7 @@ TEST(Interpolate, BilinearResultSnapsNearWhiteToWhite)
     CBmpProcessing p;
     GreyImage24 img(2, 2, 252);
     img.Bind(p);
-    ExpectColour(p.GetPixelColorInterpolated(0.5f, 0.5f, InterpBilinear, OverflowColor, nullptr),
-                 255, 255, 255, 0);
+    ExpectColour(p.GetPixelColorInterpolated(0.5f, 0.5f, InterpBilinear, OverflowColor, nullptr), 255, 255, 255, 0);
 }
 
 TEST(Interpolate, MethodOutsideOneToEighteenIsBilinear)
@@ -377,10 +384,9 @@ TEST(Interpolate, MethodOutsideOneToEighteenIsBilinear)
     img.Set(0, 0, 255);
     img.Bind(p);
     for (int m : {0, 19, 99}) {
-        EXPECT_EQ(p.GetPixelColorInterpolated(0.1f, 0.1f, static_cast<InterpolationMethod>(m),
-                                              OverflowColor, nullptr)
-                      .rgbRed,
-                  207);
+        EXPECT_EQ(
+            p.GetPixelColorInterpolated(0.1f, 0.1f, static_cast<InterpolationMethod>(m), OverflowColor, nullptr).rgbRed,
+            207);
     }
 }
 
@@ -445,9 +451,7 @@ TEST(AreaColor, ScalesOfAtMostOneReadOneInterpolatedPixel)
     GreyImage24 img(2, 2, 0);
     img.Set(0, 0, 255);
     img.Bind(p);
-    EXPECT_EQ(p.GetAreaColorInterpolated(0.1f, 0.1f, 1.0f, 0.5f, InterpBilinear, OverflowColor, nullptr)
-                  .rgbRed,
-              207);
+    EXPECT_EQ(p.GetAreaColorInterpolated(0.1f, 0.1f, 1.0f, 0.5f, InterpBilinear, OverflowColor, nullptr).rgbRed, 207);
 }
 
 TEST(AreaColor, BothScalesAboveOneAverageTheCoveredPixels)
@@ -461,8 +465,8 @@ TEST(AreaColor, BothScalesAboveOneAverageTheCoveredPixels)
     img.Set(1, 2, 30);
     img.Set(2, 2, 41);
     img.Bind(p);
-    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.5f, 2.0f, 2.0f, InterpNearest, OverflowRepeat, nullptr),
-                 25, 25, 25, 0);
+    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.5f, 2.0f, 2.0f, InterpNearest, OverflowRepeat, nullptr), 25, 25, 25,
+                 0);
 }
 
 TEST(AreaColor, OneScaleAboveOneAveragesInterpolatedStrips)
@@ -472,8 +476,8 @@ TEST(AreaColor, OneScaleAboveOneAveragesInterpolatedStrips)
     img.Set(1, 1, 10);
     img.Set(2, 1, 20);
     img.Bind(p);
-    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.0f, 2.0f, 1.0f, InterpNearest, OverflowRepeat, nullptr),
-                 15, 15, 15, 0);
+    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.0f, 2.0f, 1.0f, InterpNearest, OverflowRepeat, nullptr), 15, 15, 15,
+                 0);
 }
 
 TEST(AreaColor, AverageIsNotSnappedToWhite)
@@ -485,8 +489,8 @@ TEST(AreaColor, AverageIsNotSnappedToWhite)
     img.Set(1, 2, 255);
     img.Set(2, 2, 249);
     img.Bind(p);
-    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.5f, 2.0f, 2.0f, InterpNearest, OverflowRepeat, nullptr),
-                 252, 252, 252, 0);
+    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.5f, 2.0f, 2.0f, InterpNearest, OverflowRepeat, nullptr), 252, 252,
+                 252, 0);
 }
 
 TEST(AreaColor, EachPixelIsSnappedBeforeItIsWeighted)
@@ -494,8 +498,8 @@ TEST(AreaColor, EachPixelIsSnappedBeforeItIsWeighted)
     CBmpProcessing p;
     GreyImage24 img(4, 4, 251);
     img.Bind(p);
-    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.5f, 2.0f, 2.0f, InterpNearest, OverflowRepeat, nullptr),
-                 255, 255, 255, 0);
+    ExpectColour(p.GetAreaColorInterpolated(1.5f, 1.5f, 2.0f, 2.0f, InterpNearest, OverflowRepeat, nullptr), 255, 255,
+                 255, 0);
 }
 
 TEST(AreaColor, AreaOutsideTheImageReadsTheOutsideColour)
@@ -503,9 +507,8 @@ TEST(AreaColor, AreaOutsideTheImageReadsTheOutsideColour)
     CBmpProcessing p;
     GreyImage24 img(4, 4, 0);
     img.Bind(p);
-    ExpectColour(p.GetAreaColorInterpolated(20.0f, 20.0f, 2.0f, 2.0f, InterpNearest, OverflowColor,
-                                            &kReplacement),
-                 1, 2, 3, 0);
+    ExpectColour(p.GetAreaColorInterpolated(20.0f, 20.0f, 2.0f, 2.0f, InterpNearest, OverflowColor, &kReplacement), 1,
+                 2, 3, 0);
 }
 
 TEST(AddAveragingCont, AddsWeightedChannelsAndLeavesTheFourthAccumulator)

@@ -183,8 +183,8 @@ TEST(Kernels, BesselOrderOneSwitchesToTheAsymptoticFormAtEight)
     const float u = 8.0f / t;
     const float p = K::KernelBessel_P1(t);
     const float q = K::KernelBessel_Q1(t);
-    const float want = s * (p * 0.70710677f * (std::sin(t) - std::cos(t)) +
-                            u * q * 0.70710677f * (std::sin(t) + std::cos(t)));
+    const float want =
+        s * (p * 0.70710677f * (std::sin(t) - std::cos(t)) + u * q * 0.70710677f * (std::sin(t) + std::cos(t)));
     EXPECT_EQ(K::KernelBessel_Order1(t), want);
 }
 

@@ -24,7 +24,7 @@ uint8_t LookUpGrey(CBmpProcessing& p, uint8_t v)
     return out.rgbRed;
 }
 
-} // namespace
+}  // namespace
 
 TEST(Levels, ConstructionLeavesTablesZeroToTwoAsIdentity)
 {
@@ -173,7 +173,7 @@ TEST(Levels, SecondSetOnTheSameChannelLeavesTheFirstTable)
     p.SetColorLevelsData(&first, 0);
     p.SetColorLevelsData(&second, 0);
     EXPECT_EQ(p.m_LevelsTable[0][128], 64);
-    EXPECT_EQ(p.m_ColorLevels[0].fGamma, 0.5f);   // the setting is stored all the same
+    EXPECT_EQ(p.m_ColorLevels[0].fGamma, 0.5f);  // the setting is stored all the same
 }
 
 TEST(Levels, SetMarksTheChannelReady)
@@ -206,7 +206,7 @@ TEST(Levels, CompositeSettingBuildsOnlyTheTablesNotYetBuilt)
     EXPECT_EQ(p.m_LevelsTable[0][125], 128);
     EXPECT_EQ(p.m_LevelsTable[2][125], 128);
     EXPECT_EQ(p.m_LevelsTable[1][128], 64);
-    EXPECT_EQ(p.m_LevelsTable[1][125], 61);   // still gamma 2: 61.27 + 0.5
+    EXPECT_EQ(p.m_LevelsTable[1][125], 61);  // still gamma 2: 61.27 + 0.5
     EXPECT_EQ(p.m_bTableReady[0], 1);
     EXPECT_EQ(p.m_bTableReady[2], 1);
     EXPECT_EQ(p.m_bTableReady[3], 0);
@@ -220,9 +220,9 @@ TEST(Levels, BuildTransformsTheCurrentTableInPlace)
     }
     p.m_ColorLevels[0] = Levels(2.0f, 0, 255, 0, 255);
     EXPECT_NE(p.InitColorLevelsTable(0), 0);
-    EXPECT_EQ(p.m_LevelsTable[0][127], 64);   // held 128
-    EXPECT_EQ(p.m_LevelsTable[0][0], 255);    // held 255
-    EXPECT_EQ(p.m_LevelsTable[0][255], 0);    // held 0
+    EXPECT_EQ(p.m_LevelsTable[0][127], 64);  // held 128
+    EXPECT_EQ(p.m_LevelsTable[0][0], 255);   // held 255
+    EXPECT_EQ(p.m_LevelsTable[0][255], 0);   // held 0
 }
 
 TEST(Levels, NullItemChangesNothing)
@@ -274,7 +274,7 @@ TEST(LightTable, Contrast100DoublesTheSlopeAroundThePivot)
 {
     CBmpProcessing p;
     p.SetLightTable(0, 100);
-    EXPECT_EQ(p.m_LightTable[100], 72);   // -28 * 2 + 128.5
+    EXPECT_EQ(p.m_LightTable[100], 72);  // -28 * 2 + 128.5
     EXPECT_EQ(p.m_LightTable[128], 128);
     EXPECT_EQ(p.m_LightTable[200], 255);
     EXPECT_EQ(p.m_LightTable[0], 0);

@@ -26,17 +26,15 @@ struct Converted {
     unsigned int capacity = 0;
 };
 
-Converted Convert(CBmpProcessing& p, const std::vector<uint8_t>& src, int32_t w, int32_t h,
-                  uint16_t bits, int orientation, int maxWidth, short crop, int brightness = 0,
-                  int contrast = 0)
+Converted Convert(CBmpProcessing& p, const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t bits,
+                  int orientation, int maxWidth, short crop, int brightness = 0, int contrast = 0)
 {
     Converted c;
     c.header = Header(w, h, bits);
     unsigned char* out = nullptr;
-    c.status = p.CoverBMP2OutputFormat(src.data(), static_cast<unsigned int>(src.size()), &out,
-                                       &c.capacity, &c.header, &c.rect, orientation, 0, 0,
-                                       COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false, brightness,
-                                       contrast, maxWidth, crop);
+    c.status = p.CoverBMP2OutputFormat(src.data(), static_cast<unsigned int>(src.size()), &out, &c.capacity, &c.header,
+                                       &c.rect, orientation, 0, 0, COLORLEVELSITEM{1.0f, 0, 255, 0, 255}, false,
+                                       brightness, contrast, maxWidth, crop);
     Owned owned(out);
     if (out != nullptr) {
         c.pixels.assign(out, out + c.capacity);
@@ -44,8 +42,8 @@ Converted Convert(CBmpProcessing& p, const std::vector<uint8_t>& src, int32_t w,
     return c;
 }
 
-Converted Convert(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t bits,
-                  int orientation, int maxWidth, short crop)
+Converted Convert(const std::vector<uint8_t>& src, int32_t w, int32_t h, uint16_t bits, int orientation, int maxWidth,
+                  short crop)
 {
     CBmpProcessing p;
     return Convert(p, src, w, h, bits, orientation, maxWidth, crop);
@@ -82,8 +80,7 @@ std::vector<uint8_t> Rows(std::initializer_list<std::vector<uint8_t>> rows)
 
 // An in-memory 1-bit bitmap: header, palette (red components 3 and 6),
 // a 4-byte gap, then the pixel rows.
-std::vector<uint8_t> OneBitBitmap(int32_t w, int32_t h, const std::vector<uint8_t>& rows,
-                                  uint16_t bits = 1)
+std::vector<uint8_t> OneBitBitmap(int32_t w, int32_t h, const std::vector<uint8_t>& rows, uint16_t bits = 1)
 {
     tagBITMAPINFOHEADER hdr = Header(w, h, bits);
     hdr.biSizeImage = static_cast<uint32_t>(rows.size());
@@ -104,7 +101,7 @@ std::wstring Cut(std::wstring path, bool drop)
     return std::wstring(buf.data());
 }
 
-} // namespace
+}  // namespace
 
 TEST(CoverBMP2OutputFormat, AllWhitePageWithCropWhiteGivesTheEmptyResult)
 {
@@ -176,8 +173,7 @@ TEST(CoverBMP2OutputFormat, NearWhiteWithoutCropWhiteWidensTheBoxToTheWholeImage
 
 TEST(CoverBMP2OutputFormat, OrientationOtherThanZeroToTwoKeepsThePage)
 {
-    const std::vector<uint8_t> want =
-        Rows({Row8({10, 20, 30}), Row8({40, 50, 60})});
+    const std::vector<uint8_t> want = Rows({Row8({10, 20, 30}), Row8({40, 50, 60})});
     EXPECT_EQ(Convert(SmallImage(), 3, 2, 8, 3, 100, 1).pixels, want);
     EXPECT_EQ(Convert(SmallImage(), 3, 2, 8, 7, 100, 1).pixels, want);
 }
@@ -250,8 +246,7 @@ TEST(CoverBMP2OutputFormat, LightTableAppliesWhenBrightnessOrContrastIsNonZero)
     CBmpProcessing p;
     p.SetLightTable(20, 0);
     EXPECT_EQ(Convert(p, Pixel24(100, 100, 100), 1, 1, 24, 3, 100, 1, 0, 5).pixels, Row8({120}));
-    EXPECT_EQ(Convert(p, std::vector<uint8_t>{100, 0, 0, 0}, 1, 1, 8, 3, 100, 1, 3, 0).pixels,
-              Row8({120}));
+    EXPECT_EQ(Convert(p, std::vector<uint8_t>{100, 0, 0, 0}, 1, 1, 8, 3, 100, 1, 3, 0).pixels, Row8({120}));
 }
 
 TEST(CoverBMP2OutputFormat, LightTableIsNotAppliedWithZeroBrightnessAndContrast)
@@ -270,7 +265,7 @@ TEST(CoverBMP2OutputFormat, LightStepKeepsPureBlack)
 
 TEST(CoverBMP2OutputFormat, OtherDepthsReadEveryPixelAsBlack)
 {
-    const std::vector<uint8_t> page(8, 200);   // 2 x 1 at 32 bits
+    const std::vector<uint8_t> page(8, 200);  // 2 x 1 at 32 bits
     const Converted c = Convert(page, 2, 1, 32, 3, 100, 1);
     EXPECT_TRUE(RectIs(c.rect, 0, 0, 7, 0));
     EXPECT_EQ(c.pixels, Row8({0, 0}));
@@ -344,15 +339,12 @@ TEST(CoverBMP2OutputFormat, CopyPastARowEndContinuesIntoTheNextRowAndPastTheImag
 
 TEST(ConvertTo8BppBMP, ExpandsEachBitToTheRedComponentOfItsPaletteEntry)
 {
-    const std::vector<uint8_t> bmp =
-        OneBitBitmap(10, 2, {0xA0, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00});
+    const std::vector<uint8_t> bmp = OneBitBitmap(10, 2, {0xA0, 0xC0, 0x00, 0x00, 0x00, 0x00, 0x00, 0x00});
     unsigned char* out = nullptr;
     unsigned int cap = 0;
-    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()),
-                                                &out, &cap),
-              1);
+    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()), &out, &cap), 1);
     Owned owned(out);
-    ASSERT_EQ(cap, 20u);   // 10 x 2, no row padding
+    ASSERT_EQ(cap, 20u);  // 10 x 2, no row padding
     EXPECT_EQ(std::vector<uint8_t>(out, out + 20),
               (std::vector<uint8_t>{6, 3, 6, 3, 3, 3, 3, 3, 6, 6, 3, 3, 3, 3, 3, 3, 3, 3, 3, 3}));
 }
@@ -362,9 +354,7 @@ TEST(ConvertTo8BppBMP, RefusesAnEightBitBitmap)
     const std::vector<uint8_t> bmp = OneBitBitmap(4, 1, {0, 0, 0, 0}, 8);
     unsigned char* out = nullptr;
     unsigned int cap = 0;
-    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()),
-                                                &out, &cap),
-              0);
+    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()), &out, &cap), 0);
     EXPECT_EQ(out, nullptr);
 }
 
@@ -374,9 +364,7 @@ TEST(ConvertTo8BppBMP, RefusesAGivenBufferBelowWidthTimesHeight)
     unsigned char buf[19];
     unsigned char* out = buf;
     unsigned int cap = 19;
-    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()),
-                                                &out, &cap),
-              0);
+    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()), &out, &cap), 0);
 }
 
 TEST(ConvertTo8BppBMP, RefusesMissingPointers)
@@ -393,9 +381,7 @@ TEST(ConvertTo8BppBMP, RefusesPixelDataShorterThanItsRows)
     const std::vector<uint8_t> bmp = OneBitBitmap(10, 2, std::vector<uint8_t>(4, 0));
     unsigned char* out = nullptr;
     unsigned int cap = 0;
-    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()),
-                                                &out, &cap),
-              0);
+    EXPECT_EQ(CBmpProcessing().ConvertTo8BppBMP(bmp.data(), static_cast<unsigned int>(bmp.size()), &out, &cap), 0);
     EXPECT_EQ(out, nullptr);
 }
 

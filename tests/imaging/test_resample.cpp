@@ -25,17 +25,15 @@ std::vector<uint8_t> Resample(CBmpProcessing& p, const std::vector<uint8_t>& src
     const uint32_t dstSize = Stride(s.bits, s.dstWidth) * s.dstHeight;
     std::vector<uint8_t> dst(dstSize == 0 ? 8 : dstSize, kUnwritten);
     unsigned char* out = dst.data();
-    const int32_t r = p.InvoicResampleImg2(s.srcWidth, s.srcHeight, s.bits, Stride(s.bits, s.srcWidth),
-                                           src.data(), s.dstWidth, s.dstHeight, 0, &out, dstSize,
-                                           tone, 0, tagRECT{0, 0, 0, 0});
+    const int32_t r = p.InvoicResampleImg2(s.srcWidth, s.srcHeight, s.bits, Stride(s.bits, s.srcWidth), src.data(),
+                                           s.dstWidth, s.dstHeight, 0, &out, dstSize, tone, 0, tagRECT{0, 0, 0, 0});
     if (status != nullptr) {
         *status = r;
     }
     return dst;
 }
 
-std::vector<uint8_t> Resample(const std::vector<uint8_t>& src, const Sizes& s,
-                              tagColorCFG tone = kNoTone)
+std::vector<uint8_t> Resample(const std::vector<uint8_t>& src, const Sizes& s, tagColorCFG tone = kNoTone)
 {
     CBmpProcessing p;
     return Resample(p, src, s, tone);
@@ -73,7 +71,7 @@ std::vector<uint8_t> PixelBytes(const std::vector<uint8_t>& img, uint32_t w, uin
     return out;
 }
 
-} // namespace
+}  // namespace
 
 TEST(Resampling, ZeroDestinationHeightWritesNothingAndReturns1)
 {
@@ -102,7 +100,8 @@ TEST(Resampling, EqualSizeReproducesTheSourceWithNearWhiteSnapped)
         for (const auto& s : sizes) {
             const std::vector<uint8_t> src = rnd.Image(s[0], s[1], bits);
             const std::vector<uint8_t> dst = Resample(src, Sizes{s[0], s[1], bits, s[0], s[1]});
-            EXPECT_EQ(PixelBytes(dst, s[0], s[1], bits), PixelBytes(SnappedCopy(src, s[0], s[1], bits), s[0], s[1], bits))
+            EXPECT_EQ(PixelBytes(dst, s[0], s[1], bits),
+                      PixelBytes(SnappedCopy(src, s[0], s[1], bits), s[0], s[1], bits))
                 << s[0] << "x" << s[1] << "@" << bits;
         }
     }
@@ -127,13 +126,13 @@ TEST(Resampling, ShrinkingInOneDirectionOnlyStillAveragesAreas)
 
 TEST(Resampling, ShrinkingInBothDirectionsAveragesBoxes)
 {
-    const std::vector<uint8_t> src = {10, 30, 0, 0, 50, 71, 0, 0};   // 2 x 2
-    EXPECT_EQ(Resample(src, Sizes{2, 2, 8, 1, 1})[0], 40);            // 161 / 4
+    const std::vector<uint8_t> src = {10, 30, 0, 0, 50, 71, 0, 0};  // 2 x 2
+    EXPECT_EQ(Resample(src, Sizes{2, 2, 8, 1, 1})[0], 40);          // 161 / 4
 }
 
 TEST(Resampling, TwentyFourBitOutputKeepsBlueGreenRed)
 {
-    const std::vector<uint8_t> src = {20, 30, 40, 0};   // blue, green, red
+    const std::vector<uint8_t> src = {20, 30, 40, 0};  // blue, green, red
     const std::vector<uint8_t> dst = Resample(src, Sizes{1, 1, 24, 1, 1});
     EXPECT_EQ(dst, (std::vector<uint8_t>{20, 30, 40, kUnwritten}));
 }
@@ -181,7 +180,7 @@ TEST(Resampling, NonZeroBrightnessAppliesTheLightTable)
 TEST(Resampling, SourceOfAnotherDepthReadsAsWhite)
 {
     // One grey byte per output pixel; the rest of the 8-byte row is untouched.
-    const std::vector<uint8_t> src(8, 7);   // 2 x 1 at 32 bits
+    const std::vector<uint8_t> src(8, 7);  // 2 x 1 at 32 bits
     std::vector<uint8_t> want(8, kUnwritten);
     want[0] = want[1] = 255;
     EXPECT_EQ(Resample(src, Sizes{2, 1, 32, 2, 1}), want);

@@ -34,10 +34,9 @@ std::vector<uint8_t> Shrink(CBmpProcessing& p, const std::vector<uint8_t>& src, 
     const uint32_t dstSize = Stride(c.dstBits, c.dstWidth) * c.dstHeight;
     std::vector<uint8_t> dst(dstSize, kUnwritten);
     unsigned char* out = dst.data();
-    const int r = p.InvoicQIShrinkImg2(c.srcWidth, c.srcHeight, c.srcBits,
-                                       Stride(c.srcBits, c.srcWidth), src.data(), nullptr,
-                                       c.dstWidth, c.dstHeight, c.dstBits, &out, nullptr, dstSize,
-                                       c.color, 0, kNoTone, 0, c.whiten);
+    const int r = p.InvoicQIShrinkImg2(c.srcWidth, c.srcHeight, c.srcBits, Stride(c.srcBits, c.srcWidth), src.data(),
+                                       nullptr, c.dstWidth, c.dstHeight, c.dstBits, &out, nullptr, dstSize, c.color, 0,
+                                       kNoTone, 0, c.whiten);
     if (status != nullptr) {
         *status = r;
     }
@@ -50,7 +49,7 @@ std::vector<uint8_t> Shrink(const std::vector<uint8_t>& src, const ShrinkCall& c
     return Shrink(p, src, c);
 }
 
-} // namespace
+}  // namespace
 
 TEST(Shrink, PipelineAllZeroRectangleCountsSourcePixelAtColumn0Row0AsWhite)
 {
@@ -78,9 +77,9 @@ TEST(Shrink, FourByFourToTwoByTwoGroupsColumns012With3AndRows01With23)
     const int second = (v(3, 0) + v(3, 1)) / 2;
     const int third = (v(0, 2) + v(1, 2) + v(2, 2) + v(0, 3) + v(1, 3) + v(2, 3)) / 6;
     const int fourth = (v(3, 2) + v(3, 3)) / 2;
-    EXPECT_EQ(dst, (std::vector<uint8_t>{static_cast<uint8_t>(first), static_cast<uint8_t>(second),
-                                         kUnwritten, kUnwritten, static_cast<uint8_t>(third),
-                                         static_cast<uint8_t>(fourth), kUnwritten, kUnwritten}));
+    EXPECT_EQ(
+        dst, (std::vector<uint8_t>{static_cast<uint8_t>(first), static_cast<uint8_t>(second), kUnwritten, kUnwritten,
+                                   static_cast<uint8_t>(third), static_cast<uint8_t>(fourth), kUnwritten, kUnwritten}));
 }
 
 TEST(Shrink, DestinationWiderThanTheSourceRepeatsThePreviousColumnsValues)
@@ -106,7 +105,7 @@ TEST(Shrink, WhitenedPixelsAddWhiteAndStillCount)
     c.whiten = tagRECT{1, 0, 2, 0};
     const std::vector<uint8_t> src = {0, 0, 0, 0};
     const std::vector<uint8_t> dst = Shrink(src, c);
-    EXPECT_EQ(dst[0], 170);   // (0 + 255 + 255) / 3
+    EXPECT_EQ(dst[0], 170);  // (0 + 255 + 255) / 3
     EXPECT_EQ(dst[1], 0);
 }
 
@@ -149,13 +148,13 @@ TEST(Shrink, NonZeroBrightnessAppliesTheLightTableToTheAverages)
     CBmpProcessing p;
     p.SetLightTable(20, 0);
     ShrinkCall c{1, 1, 8, 1, 1, 8};
-    c.color = tagColorCFG{1, 0, 0};   // only switches the table on
+    c.color = tagColorCFG{1, 0, 0};  // only switches the table on
     EXPECT_EQ(Shrink(p, std::vector<uint8_t>{100, 0, 0, 0}, c)[0], 120);
 }
 
 TEST(Shrink, TwentyFourBitDestinationKeepsTheChannelsWithoutGrey)
 {
-    const std::vector<uint8_t> src = {10, 20, 30, 30, 40, 50, 0, 0};   // 2 x 1 at 24 bits
+    const std::vector<uint8_t> src = {10, 20, 30, 30, 40, 50, 0, 0};  // 2 x 1 at 24 bits
     const std::vector<uint8_t> dst = Shrink(src, ShrinkCall{2, 1, 24, 1, 1, 24});
     EXPECT_EQ(dst, (std::vector<uint8_t>{20, 30, 40, kUnwritten}));
 }
@@ -169,7 +168,7 @@ TEST(Shrink, EightBitDestinationWritesTheGreyOfRedGreenAndBlue)
 
 TEST(Shrink, SourceOfAnotherDepthAddsChannelsNeverRead)
 {
-    const std::vector<uint8_t> src(8, 99);   // 2 x 1 at 16 bits
+    const std::vector<uint8_t> src(8, 99);  // 2 x 1 at 16 bits
     EXPECT_EQ(Shrink(src, ShrinkCall{2, 1, 16, 1, 1, 8})[0], 0);
 }
 
@@ -177,7 +176,8 @@ TEST(Shrink, DestinationOfAnotherDepthIsNotWritten)
 {
     int status = 0;
     CBmpProcessing p;
-    const std::vector<uint8_t> dst = Shrink(p, std::vector<uint8_t>{5, 5, 0, 0}, ShrinkCall{2, 1, 8, 1, 1, 16}, &status);
+    const std::vector<uint8_t> dst =
+        Shrink(p, std::vector<uint8_t>{5, 5, 0, 0}, ShrinkCall{2, 1, 8, 1, 1, 16}, &status);
     EXPECT_EQ(status, 1);
     EXPECT_EQ(dst, std::vector<uint8_t>(4, kUnwritten));
 }
@@ -185,14 +185,14 @@ TEST(Shrink, DestinationOfAnotherDepthIsNotWritten)
 TEST(Shrink, DestinationRowStrideIsTheSizeOverTheHeight)
 {
     CBmpProcessing p;
-    const std::vector<uint8_t> src = {1, 1, 2, 2, 1, 1, 2, 2};   // 4 x 2
+    const std::vector<uint8_t> src = {1, 1, 2, 2, 1, 1, 2, 2};  // 4 x 2
     std::vector<uint8_t> dst(12, kUnwritten);
     unsigned char* out = dst.data();
-    EXPECT_EQ(p.InvoicQIShrinkImg2(4, 2, 8, 4, src.data(), nullptr, 2, 2, 8, &out, nullptr, 12,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(4, 2, 8, 4, src.data(), nullptr, 2, 2, 8, &out, nullptr, 12, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               1);
-    EXPECT_EQ(dst, (std::vector<uint8_t>{1, 2, kUnwritten, kUnwritten, kUnwritten, kUnwritten, 1,
-                                         2, kUnwritten, kUnwritten, kUnwritten, kUnwritten}));
+    EXPECT_EQ(dst, (std::vector<uint8_t>{1, 2, kUnwritten, kUnwritten, kUnwritten, kUnwritten, 1, 2, kUnwritten,
+                                         kUnwritten, kUnwritten, kUnwritten}));
 }
 
 TEST(Shrink, SecondSourceIsShrunkWithItsOwnColourSettingIntoItsOwnDestination)
@@ -204,8 +204,8 @@ TEST(Shrink, SecondSourceIsShrunkWithItsOwnColourSettingIntoItsOwnDestination)
     std::vector<uint8_t> dst(4, kUnwritten), dst2(4, kUnwritten);
     unsigned char* out = dst.data();
     unsigned char* out2 = dst2.data();
-    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), src2.data(), 1, 1, 8, &out, &out2, 4,
-                                   kNoTone, 0, tagColorCFG{20, 0, 0}, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), src2.data(), 1, 1, 8, &out, &out2, 4, kNoTone, 0,
+                                   tagColorCFG{20, 0, 0}, 0, kNoWhitening),
               1);
     EXPECT_EQ(dst[0], 100);
     EXPECT_EQ(dst2[0], 120);
@@ -218,14 +218,14 @@ TEST(Shrink, MissingSourceOrDestinationReturns0AndWritesNothing)
     std::vector<uint8_t> dst(4, kUnwritten);
     unsigned char* out = dst.data();
     unsigned char* none = nullptr;
-    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, nullptr, nullptr, 1, 1, 8, &out, nullptr, 4, kNoTone,
-                                   0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, nullptr, nullptr, 1, 1, 8, &out, nullptr, 4, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               0);
-    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 1, 1, 8, nullptr, nullptr, 4,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 1, 1, 8, nullptr, nullptr, 4, kNoTone, 0, kNoTone,
+                                   0, kNoWhitening),
               0);
-    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 1, 1, 8, &none, nullptr, 4,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 1, 1, 8, &none, nullptr, 4, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               0);
     EXPECT_EQ(dst, std::vector<uint8_t>(4, kUnwritten));
 }
@@ -236,14 +236,14 @@ TEST(Shrink, ZeroSizesAreRefused)
     const std::vector<uint8_t> src = {1, 2, 3, 4};
     std::vector<uint8_t> dst(4, kUnwritten);
     unsigned char* out = dst.data();
-    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 1, 0, 8, &out, nullptr, 4,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 1, 0, 8, &out, nullptr, 4, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               0);
-    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 0, 1, 8, &out, nullptr, 4,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(2, 1, 8, 4, src.data(), nullptr, 0, 1, 8, &out, nullptr, 4, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               0);
-    EXPECT_EQ(p.InvoicQIShrinkImg2(0, 1, 8, 4, src.data(), nullptr, 1, 1, 8, &out, nullptr, 4,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(0, 1, 8, 4, src.data(), nullptr, 1, 1, 8, &out, nullptr, 4, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               0);
     EXPECT_EQ(dst, std::vector<uint8_t>(4, kUnwritten));
 }
@@ -254,8 +254,8 @@ TEST(Shrink, DestinationRowsShorterThanTheWidthAreRefused)
     const std::vector<uint8_t> src(8, 1);
     std::vector<uint8_t> dst(3, kUnwritten);
     unsigned char* out = dst.data();
-    EXPECT_EQ(p.InvoicQIShrinkImg2(8, 1, 8, 8, src.data(), nullptr, 4, 1, 8, &out, nullptr, 3,
-                                   kNoTone, 0, kNoTone, 0, kNoWhitening),
+    EXPECT_EQ(p.InvoicQIShrinkImg2(8, 1, 8, 8, src.data(), nullptr, 4, 1, 8, &out, nullptr, 3, kNoTone, 0, kNoTone, 0,
+                                   kNoWhitening),
               0);
     EXPECT_EQ(dst, std::vector<uint8_t>(3, kUnwritten));
 }

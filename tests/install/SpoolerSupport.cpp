@@ -26,12 +26,12 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr int kExecFailed = 127;
-constexpr int kStartSeconds = 30;     // a scheduler on a busy machine starts within this
-constexpr int kStopSeconds = 10;      // and stops within this after SIGTERM
+constexpr int kStartSeconds = 30;  // a scheduler on a busy machine starts within this
+constexpr int kStopSeconds = 10;   // and stops within this after SIGTERM
 constexpr auto kPoll = std::chrono::milliseconds(100);
-constexpr mode_t kReadable = 0755;    // folders the filter user must pass through
-constexpr mode_t kSharedTemp = 01777; // the scheduler's temporary files folder
-constexpr mode_t kWritable = 0777;    // the file device's folder
+constexpr mode_t kReadable = 0755;     // folders the filter user must pass through
+constexpr mode_t kSharedTemp = 01777;  // the scheduler's temporary files folder
+constexpr mode_t kWritable = 0777;     // the file device's folder
 
 // Returns a loopback port that nobody listens on right now.
 int FreePort()
@@ -136,25 +136,45 @@ void PrivateCupsd::WriteConfiguration()
     std::string f = m_folder;
     kvtest::WriteFile(f + "/conf/cupsd.conf",
                       "LogLevel debug\n"
-                      "Listen 127.0.0.1:" + std::to_string(m_port) + "\n"
-                      "Browsing Off\n"
-                      "WebInterface No\n"
-                      "DefaultAuthType None\n"
-                      "<Location />\n  Order allow,deny\n  Allow 127.0.0.1\n</Location>\n"
-                      "<Policy default>\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n");
-    kvtest::WriteFile(f + "/conf/cups-files.conf",
-                      "FileDevice Yes\n"
-                      "Printcap\n"
-                      "ServerRoot " + f + "/conf\n"
-                      "ServerBin " + f + "/bin\n"
-                      "DataDir " + f + "/data\n"
-                      "RequestRoot " + f + "/spool\n"
-                      "TempDir " + f + "/spool/tmp\n"
-                      "CacheDir " + f + "/cache\n"
-                      "StateDir " + f + "/state\n"
-                      "ErrorLog " + f + "/log/error_log\n"
-                      "AccessLog " + f + "/log/access_log\n"
-                      "PageLog " + f + "/log/page_log\n");
+                      "Listen 127.0.0.1:" +
+                          std::to_string(m_port) +
+                          "\n"
+                          "Browsing Off\n"
+                          "WebInterface No\n"
+                          "DefaultAuthType None\n"
+                          "<Location />\n  Order allow,deny\n  Allow 127.0.0.1\n</Location>\n"
+                          "<Policy default>\n  <Limit All>\n    Order deny,allow\n  </Limit>\n</Policy>\n");
+    kvtest::WriteFile(f + "/conf/cups-files.conf", "FileDevice Yes\n"
+                                                   "Printcap\n"
+                                                   "ServerRoot " +
+                                                       f +
+                                                       "/conf\n"
+                                                       "ServerBin " +
+                                                       f +
+                                                       "/bin\n"
+                                                       "DataDir " +
+                                                       f +
+                                                       "/data\n"
+                                                       "RequestRoot " +
+                                                       f +
+                                                       "/spool\n"
+                                                       "TempDir " +
+                                                       f +
+                                                       "/spool/tmp\n"
+                                                       "CacheDir " +
+                                                       f +
+                                                       "/cache\n"
+                                                       "StateDir " +
+                                                       f +
+                                                       "/state\n"
+                                                       "ErrorLog " +
+                                                       f +
+                                                       "/log/error_log\n"
+                                                       "AccessLog " +
+                                                       f +
+                                                       "/log/access_log\n"
+                                                       "PageLog " +
+                                                       f + "/log/page_log\n");
 }
 
 bool PrivateCupsd::WaitUntilListening(int timeoutSeconds)

@@ -24,10 +24,10 @@ namespace {
 using kvinstall::PrivateCupsd;
 using kvinstall::StagedInstall;
 
-constexpr int kJobSeconds = 120;             // a label job ends well within this on a loaded machine
-constexpr int kCompleted = 9;                // IPP job state "completed"
-constexpr int kStopped = 6;                  // IPP job state "processing-stopped"
-const char* kDriverLog = "/tmp/kvepl.log";   // the filter's log, removed again if this test made it
+constexpr int kJobSeconds = 120;            // a label job ends well within this on a loaded machine
+constexpr int kCompleted = 9;               // IPP job state "completed"
+constexpr int kStopped = 6;                 // IPP job state "processing-stopped"
+const char* kDriverLog = "/tmp/kvepl.log";  // the filter's log, removed again if this test made it
 
 const std::string kPpd203x2 = "kivcp/kivcp-epl2-203dpi-2in.ppd";
 // The PDF label: 2 x 1 inch, a 3 point frame and a block inside it.
@@ -37,8 +37,10 @@ constexpr double kPageHeight = 72;
 std::string LabelPdf()
 {
     return kvtool::PdfLabel(kPageWidth, kPageHeight,
-                            {{0, 0, kPageWidth, 3}, {0, kPageHeight - 3, kPageWidth, 3},
-                             {0, 0, 3, kPageHeight}, {kPageWidth - 3, 0, 3, kPageHeight},
+                            {{0, 0, kPageWidth, 3},
+                             {0, kPageHeight - 3, kPageWidth, 3},
+                             {0, 0, 3, kPageHeight},
+                             {kPageWidth - 3, 0, 3, kPageHeight},
                              {36, 18, 36, 36}});
 }
 

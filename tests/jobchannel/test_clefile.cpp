@@ -29,10 +29,10 @@ constexpr std::size_t kLargestReply = 2048;
 constexpr char kSource[] = "CLEFile.cpp";
 
 // Linux error numbers as the client logs them.
-constexpr char kNoQueueError[] = "2";         // ENOENT
-constexpr char kTooBigError[] = "7";          // E2BIG
-constexpr char kInvalidQueueError[] = "22";   // EINVAL
-constexpr char kNoMessageError[] = "42";      // ENOMSG
+constexpr char kNoQueueError[] = "2";        // ENOENT
+constexpr char kTooBigError[] = "7";         // E2BIG
+constexpr char kInvalidQueueError[] = "22";  // EINVAL
+constexpr char kNoMessageError[] = "42";     // ENOMSG
 
 // Room for any request a test sends; the real requests are short.
 constexpr std::size_t kRequestRoom = 4096;
@@ -134,14 +134,10 @@ std::vector<std::string> failedAttempts(int attempts, const std::string& error)
 class RfidJobName : public ::testing::Test {
 protected:
     void SetUp() override { LogCapture::Instance().Mark(); }
-    std::vector<std::string> logged() const
-    {
-        return LogCapture::Instance().DebugMessagesFrom(kSource);
-    }
+    std::vector<std::string> logged() const { return LogCapture::Instance().DebugMessagesFrom(kSource); }
 };
 
-class RfidQueue : public RfidJobName {
-};
+class RfidQueue : public RfidJobName {};
 
 using Lines = std::vector<std::string>;
 
@@ -341,8 +337,7 @@ TEST_F(RfidQueue, SendWithoutOpenQueueLogsMsgsndError)
     CLEFile job("RFID_tag01");
     std::string reply;
     job.GetLERFIDData(reply, 2);
-    EXPECT_EQ((Lines{"SendMsg: GET/RFID_tag01/2/",
-                     std::string("msgsnd failed, error: ") + kInvalidQueueError}),
+    EXPECT_EQ((Lines{"SendMsg: GET/RFID_tag01/2/", std::string("msgsnd failed, error: ") + kInvalidQueueError}),
               logged());
 }
 
@@ -361,7 +356,9 @@ TEST_F(RfidQueue, DataReplyIsReturned)
 
 TEST_F(RfidQueue, ReplyBytesWithEmbeddedZerosAreKept)
 {
-    const std::string data("\x01\x00" "AB\x00\xff", 6);
+    const std::string data("\x01\x00"
+                           "AB\x00\xff",
+                           6);
     FakeRfidService service;
     service.post(data);
     CLEFile job("RFID_tag01");

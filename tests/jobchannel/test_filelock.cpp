@@ -1,7 +1,7 @@
 // Tests of the job information file: record parsing, creation of the file,
 // reading, the locked rewrite and the lock's behaviour against other processes.
-#include <gtest/gtest.h>
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/types.h>
 #include <sys/wait.h>
@@ -377,7 +377,9 @@ TEST_F(JobInfoFile, MissingFileIsCreatedEmpty)
 TEST_F(JobInfoFile, MissingFileIsCreatedWithMode0666UnderAnOpenMask)
 {
     const mode_t previous = umask(0);
-    { FileLock file; }
+    {
+        FileLock file;
+    }
     umask(previous);
     struct stat info;
     ASSERT_EQ(0, stat(kPath, &info));
@@ -387,7 +389,9 @@ TEST_F(JobInfoFile, MissingFileIsCreatedWithMode0666UnderAnOpenMask)
 TEST_F(JobInfoFile, CreationRespectsTheProcessMask)
 {
     const mode_t previous = umask(022);
-    { FileLock file; }
+    {
+        FileLock file;
+    }
     umask(previous);
     struct stat info;
     ASSERT_EQ(0, stat(kPath, &info));
@@ -397,7 +401,9 @@ TEST_F(JobInfoFile, CreationRespectsTheProcessMask)
 TEST_F(JobInfoFile, OpeningKeepsExistingContent)
 {
     writeFile("JOB_ID = 42\nJOB_IDX = 3\n");
-    { FileLock file; }
+    {
+        FileLock file;
+    }
     EXPECT_EQ("JOB_ID = 42\nJOB_IDX = 3\n", readFile());
 }
 
@@ -721,7 +727,9 @@ TEST_F(PlantedJobInfoFile, DanglingLinkCreatesNothing)
 {
     const std::string target = outside.File("never.lock");
     ASSERT_EQ(0, symlink(target.c_str(), kPath));
-    { FileLock file; }
+    {
+        FileLock file;
+    }
     EXPECT_FALSE(kvtest::Snapshot(target).exists);
 }
 

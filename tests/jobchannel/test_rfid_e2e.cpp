@@ -153,8 +153,12 @@ protected:
 };
 
 // The service's data for "RFID_tag01": its name and index between zero bytes.
-const std::string kTag01Index0 = Bytes("RF\0RFID_tag01\0" "0" "\0\0\r\n");
-const std::string kTag01Index1 = Bytes("RF\0RFID_tag01\0" "1" "\0\0\r\n");
+const std::string kTag01Index0 = Bytes("RF\0RFID_tag01\0"
+                                       "0"
+                                       "\0\0\r\n");
+const std::string kTag01Index1 = Bytes("RF\0RFID_tag01\0"
+                                       "1"
+                                       "\0\0\r\n");
 
 }  // namespace
 
@@ -538,7 +542,9 @@ protected:
     std::vector<FilterResult> m_results;
 };
 
-const std::string kRaceIndex0 = Bytes("RF\0RFID_race\0" "0" "\0\0\r\n");
+const std::string kRaceIndex0 = Bytes("RF\0RFID_race\0"
+                                      "0"
+                                      "\0\0\r\n");
 
 TEST_F(RacingJobs, FileAlwaysHoldsOneCompleteRecordWhileTheyRun)
 {
@@ -583,7 +589,9 @@ TEST_F(RfidJob, ServiceAnswersADataRequestWithNameAndIndexBetweenZeroBytes)
     ASSERT_TRUE(client.InitMsgQueue());
     std::string reply;
     EXPECT_TRUE(client.GetLERFIDData(reply, 3));
-    EXPECT_EQ(reply, Bytes("RF\0RFID_tag01\0" "3" "\0\0\r\n"));
+    EXPECT_EQ(reply, Bytes("RF\0RFID_tag01\0"
+                           "3"
+                           "\0\0\r\n"));
 }
 
 TEST_F(RfidJob, ServiceReplyFollowsTheGivenTemplate)

@@ -16,14 +16,16 @@ namespace {
 // writes "kvepl.log" there and a second logger "Label" writes "Label.log".
 class LogManager : public ::testing::Test {
 protected:
-    void SetUp() override {
+    void SetUp() override
+    {
         ASSERT_FALSE(dir.Path().empty());
         mgr.setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
         mgr.setLoggerName(LOG4Z_MAIN_LOGGER_ID, "kvepl");
     }
 
     // Creates "Label" writing into the test directory; returns its id.
-    LoggerId makeLabel() {
+    LoggerId makeLabel()
+    {
         LoggerId id = mgr.createLogger("Label");
         mgr.setLoggerPath(id, dir.Path().c_str());
         return id;
@@ -33,45 +35,54 @@ protected:
     std::string labelLog() const { return dir.File("Label.log"); }
 
     TempDir dir;
-    LogerManager mgr; // declared after dir: stops before the directory goes
+    LogerManager mgr;  // declared after dir: stops before the directory goes
 };
 
 // A moment in the middle of a chosen local day, far from any real "today".
 const int64_t kJune15Noon = localTime(2001, 6, 15, 12, 0, 0);
 
-} // namespace
+}  // namespace
 
 // ---- who may log -------------------------------------------------------
 
-TEST_F(LogManager, LoggingBeforeStartIsRefused) { EXPECT_FALSE(mgr.prePushLog(0, LOG_DEBUG)); }
+TEST_F(LogManager, LoggingBeforeStartIsRefused)
+{
+    EXPECT_FALSE(mgr.prePushLog(0, LOG_DEBUG));
+}
 
-TEST_F(LogManager, RunningManagerAcceptsTheLoggersLevel) {
+TEST_F(LogManager, RunningManagerAcceptsTheLoggersLevel)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_TRUE(mgr.prePushLog(0, LOG_DEBUG));
 }
 
-TEST_F(LogManager, NegativeIdIsRefused) {
+TEST_F(LogManager, NegativeIdIsRefused)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_FALSE(mgr.prePushLog(-1, LOG_FATAL));
 }
 
-TEST_F(LogManager, IdAboveHighestInUseIsRefused) {
+TEST_F(LogManager, IdAboveHighestInUseIsRefused)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_FALSE(mgr.prePushLog(1, LOG_FATAL));
 }
 
-TEST_F(LogManager, DisabledLoggerIsRefused) {
+TEST_F(LogManager, DisabledLoggerIsRefused)
+{
     mgr.enableLogger(0, false);
     ASSERT_TRUE(mgr.start());
     EXPECT_FALSE(mgr.prePushLog(0, LOG_FATAL));
 }
 
-TEST_F(LogManager, LevelBelowTheLoggersIsRefused) {
+TEST_F(LogManager, LevelBelowTheLoggersIsRefused)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_FALSE(mgr.prePushLog(0, LOG_TRACE));
 }
 
-TEST_F(LogManager, LoggingAfterStopIsRefused) {
+TEST_F(LogManager, LoggingAfterStopIsRefused)
+{
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.stop());
     EXPECT_FALSE(mgr.prePushLog(0, LOG_DEBUG));
@@ -79,20 +90,26 @@ TEST_F(LogManager, LoggingAfterStopIsRefused) {
 
 // ---- start and stop ----------------------------------------------------
 
-TEST_F(LogManager, SecondStartReturnsFalse) {
+TEST_F(LogManager, SecondStartReturnsFalse)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_FALSE(mgr.start());
 }
 
-TEST_F(LogManager, StopWhenNotRunningReturnsFalse) { EXPECT_FALSE(mgr.stop()); }
+TEST_F(LogManager, StopWhenNotRunningReturnsFalse)
+{
+    EXPECT_FALSE(mgr.stop());
+}
 
-TEST_F(LogManager, StoppedManagerStartsAgain) {
+TEST_F(LogManager, StoppedManagerStartsAgain)
+{
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.stop());
     EXPECT_TRUE(mgr.start());
 }
 
-TEST_F(LogManager, StartWritesTheBannerFirst) {
+TEST_F(LogManager, StartWritesTheBannerFirst)
+{
     mgr.setLoggerFileLine(0, false);
     ASSERT_TRUE(mgr.start());
     std::vector<std::string> lines = splitLines(ReadFile(mainLog()));
@@ -103,7 +120,8 @@ TEST_F(LogManager, StartWritesTheBannerFirst) {
     EXPECT_EQ("-----------------  log4z thread started!   ----------------------------\r\n", banner.rest);
 }
 
-TEST_F(LogManager, BannerCarriesTheLoggersSourceFileAndLine) {
+TEST_F(LogManager, BannerCarriesTheLoggersSourceFileAndLine)
+{
     ASSERT_TRUE(mgr.start());
     std::vector<std::string> lines = splitLines(ReadFile(mainLog()));
     ASSERT_GE(lines.size(), 1u);
@@ -113,7 +131,8 @@ TEST_F(LogManager, BannerCarriesTheLoggersSourceFileAndLine) {
         std::regex(R"(-----------------  log4z thread started!   ---------------------------- log4z\.cpp:\d+\r\n)")));
 }
 
-TEST_F(LogManager, StartWritesOneTableLinePerLogger) {
+TEST_F(LogManager, StartWritesOneTableLinePerLogger)
+{
     mgr.setLoggerFileLine(0, false);
     makeLabel();
     mgr.setLoggerDisplay(1, false);
@@ -128,7 +147,8 @@ TEST_F(LogManager, StartWritesOneTableLinePerLogger) {
     EXPECT_EQ("LOG_ALARM", parseLine(lines[2]).level);
 }
 
-TEST_F(LogManager, SettingsMadeBeforeStartShapeTheFirstFile) {
+TEST_F(LogManager, SettingsMadeBeforeStartShapeTheFirstFile)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_TRUE(FileExists(mainLog()));
     EXPECT_EQ(0u, mgr.getStatusTotalPushQueue());
@@ -136,8 +156,9 @@ TEST_F(LogManager, SettingsMadeBeforeStartShapeTheFirstFile) {
 
 // ---- records -----------------------------------------------------------
 
-TEST_F(LogManager, RecordIsStampedWithIdLevelAndThread) {
-    LogData *r = mgr.makeLogData(3, LOG_WARN);
+TEST_F(LogManager, RecordIsStampedWithIdLevelAndThread)
+{
+    LogData* r = mgr.makeLogData(3, LOG_WARN);
     ASSERT_NE(nullptr, r);
     EXPECT_EQ(3, r->nId);
     EXPECT_EQ(LOG_WARN, r->nLevel);
@@ -148,8 +169,9 @@ TEST_F(LogManager, RecordIsStampedWithIdLevelAndThread) {
     mgr.freeLogData(r);
 }
 
-TEST_F(LogManager, RecordTextStartsWithItsPrefix) {
-    LogData *r = mgr.makeLogData(0, LOG_ERROR);
+TEST_F(LogManager, RecordTextStartsWithItsPrefix)
+{
+    LogData* r = mgr.makeLogData(0, LOG_ERROR);
     ASSERT_NE(nullptr, r);
     ParsedLine parsed = parseLine(recordText(r));
     EXPECT_TRUE(parsed.ok);
@@ -160,67 +182,73 @@ TEST_F(LogManager, RecordTextStartsWithItsPrefix) {
     mgr.freeLogData(r);
 }
 
-TEST_F(LogManager, RecordPrefixMatchesItsTimeStamp) {
-    LogData *r = mgr.makeLogData(0, LOG_INFO);
+TEST_F(LogManager, RecordPrefixMatchesItsTimeStamp)
+{
+    LogData* r = mgr.makeLogData(0, LOG_INFO);
     ASSERT_NE(nullptr, r);
     char expected[kLogPrefixMaxLength + 1];
-    int len = formatLogPrefix(expected, LogDay::of(r->dwTime), r->dwTime, r->dwMilliseconds,
-                              r->dwThreadId, LOG_INFO);
+    int len = formatLogPrefix(expected, LogDay::of(r->dwTime), r->dwTime, r->dwMilliseconds, r->dwThreadId, LOG_INFO);
     EXPECT_EQ(std::string(expected, static_cast<size_t>(len)), recordText(r));
     mgr.freeLogData(r);
 }
 
-TEST_F(LogManager, EveryLevelIsNamedInItsRecord) {
-    const char *names[] = {"LOG_TRACE", "LOG_DEBUG", "LOG_INFO", "LOG_WARN",
-                           "LOG_ERROR", "LOG_ALARM", "LOG_FATAL"};
+TEST_F(LogManager, EveryLevelIsNamedInItsRecord)
+{
+    const char* names[] = {"LOG_TRACE", "LOG_DEBUG", "LOG_INFO", "LOG_WARN", "LOG_ERROR", "LOG_ALARM", "LOG_FATAL"};
     for (int level = LOG_TRACE; level <= LOG_FATAL; ++level) {
-        LogData *r = mgr.makeLogData(0, level);
+        LogData* r = mgr.makeLogData(0, level);
         ASSERT_NE(nullptr, r);
         EXPECT_EQ(names[level], parseLine(recordText(r)).level);
         mgr.freeLogData(r);
     }
 }
 
-TEST_F(LogManager, LineEndsWithFileNameLineAndCrLf) {
+TEST_F(LogManager, LineEndsWithFileNameLineAndCrLf)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 0, LOG_DEBUG, "hello");
+    LogData* r = recordWith(mgr, 0, LOG_DEBUG, "hello");
     std::string expected = recordText(r) + " CLEFile.cpp:42\r\n";
     ASSERT_TRUE(mgr.pushLog(r, "jobchannel/CLEFile.cpp", 42));
     EXPECT_EQ(expected, splitLines(ReadFile(mainLog())).back());
 }
 
-TEST_F(LogManager, FileNameWithSlashesPrintsOnlyItsLastComponent) {
+TEST_F(LogManager, FileNameWithSlashesPrintsOnlyItsLastComponent)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 0, LOG_DEBUG, "m");
+    LogData* r = recordWith(mgr, 0, LOG_DEBUG, "m");
     ASSERT_TRUE(mgr.pushLog(r, "/abs/dir/sub/file.cpp", 7));
     EXPECT_EQ("m file.cpp:7\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
-TEST_F(LogManager, FileNameWithBackslashesPrintsOnlyItsLastComponent) {
+TEST_F(LogManager, FileNameWithBackslashesPrintsOnlyItsLastComponent)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 0, LOG_DEBUG, "m");
+    LogData* r = recordWith(mgr, 0, LOG_DEBUG, "m");
     ASSERT_TRUE(mgr.pushLog(r, "c:\\src\\win.cpp", 9));
     EXPECT_EQ("m win.cpp:9\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
-TEST_F(LogManager, FileLineOffLeavesOnlyTheMessage) {
+TEST_F(LogManager, FileLineOffLeavesOnlyTheMessage)
+{
     mgr.setLoggerFileLine(0, false);
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 0, LOG_DEBUG, "bare");
+    LogData* r = recordWith(mgr, 0, LOG_DEBUG, "bare");
     ASSERT_TRUE(mgr.pushLog(r, "x.cpp", 1));
     EXPECT_EQ("bare\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
-TEST_F(LogManager, NoFileNameLeavesOnlyTheMessage) {
+TEST_F(LogManager, NoFileNameLeavesOnlyTheMessage)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 0, LOG_DEBUG, "bare");
+    LogData* r = recordWith(mgr, 0, LOG_DEBUG, "bare");
     ASSERT_TRUE(mgr.pushLog(r, nullptr, 5));
     EXPECT_EQ("bare\r\n", parseLine(splitLines(ReadFile(mainLog())).back()).rest);
 }
 
-TEST_F(LogManager, OverlongMessageIsCutToEndInCrLf) {
+TEST_F(LogManager, OverlongMessageIsCutToEndInCrLf)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = mgr.makeLogData(0, LOG_DEBUG);
+    LogData* r = mgr.makeLogData(0, LOG_DEBUG);
     std::string prefix = recordText(r);
     std::string big(10000, 'x');
     int room = kLogTextCapacity - r->nLength;
@@ -232,26 +260,29 @@ TEST_F(LogManager, OverlongMessageIsCutToEndInCrLf) {
     EXPECT_EQ(prefix + std::string(8189 - prefix.size(), 'x') + "\r\n", line);
 }
 
-TEST_F(LogManager, FileAndLineAreCutWhenTheRoomRunsOut) {
+TEST_F(LogManager, FileAndLineAreCutWhenTheRoomRunsOut)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = mgr.makeLogData(0, LOG_DEBUG);
+    LogData* r = mgr.makeLogData(0, LOG_DEBUG);
     std::string prefix = recordText(r);
-    std::string msg(8185 - prefix.size(), 'y'); // leaves 7 bytes of room for " f.cpp:7"
+    std::string msg(8185 - prefix.size(), 'y');  // leaves 7 bytes of room for " f.cpp:7"
     r->nLength += snprintf(r->text + r->nLength, 8192 - r->nLength, "%s", msg.c_str());
     ASSERT_TRUE(mgr.pushLog(r, "f.cpp", 7));
     EXPECT_EQ(prefix + msg + " f.c\r\n", splitLines(ReadFile(mainLog())).back());
 }
 
-TEST_F(LogManager, DamagedLengthIsClampedIntoTheRecord) {
+TEST_F(LogManager, DamagedLengthIsClampedIntoTheRecord)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = mgr.makeLogData(0, LOG_DEBUG);
+    LogData* r = mgr.makeLogData(0, LOG_DEBUG);
     memset(r->text, 'z', kLogTextCapacity);
     r->nLength = 1 << 30;
     ASSERT_TRUE(mgr.pushLog(r, "f.cpp", 1));
     EXPECT_EQ(std::string(8189, 'z') + "\r\n", splitLines(ReadFile(mainLog())).back());
 }
 
-TEST_F(LogManager, LogFormatWritesMessageAtTheCallersLine) {
+TEST_F(LogManager, LogFormatWritesMessageAtTheCallersLine)
+{
     ASSERT_TRUE(mgr.start());
     const int line = __LINE__ + 1;  // the logging call's line
     LOG_FORMAT_ON(&mgr, 0, LOG_INFO, "value %d of %s", 42, "forty-two");
@@ -261,7 +292,8 @@ TEST_F(LogManager, LogFormatWritesMessageAtTheCallersLine) {
     EXPECT_EQ("value 42 of forty-two log_manager_test.cpp:" + std::to_string(line) + "\r\n", parsed.rest);
 }
 
-TEST_F(LogManager, LogFormatBelowTheLevelWritesNothing) {
+TEST_F(LogManager, LogFormatBelowTheLevelWritesNothing)
+{
     ASSERT_TRUE(mgr.start());
     unsigned long long before = mgr.getStatusTotalWriteCount();
     LOG_FORMAT_ON(&mgr, 0, LOG_TRACE, "hidden %d", 1);
@@ -270,32 +302,37 @@ TEST_F(LogManager, LogFormatBelowTheLevelWritesNothing) {
 
 // ---- pushLog refusals --------------------------------------------------
 
-TEST_F(LogManager, PushBeforeStartIsRefusedAndTheRecordReturnsToThePool) {
-    LogData *r = recordWith(mgr, 0, LOG_DEBUG, "early");
+TEST_F(LogManager, PushBeforeStartIsRefusedAndTheRecordReturnsToThePool)
+{
+    LogData* r = recordWith(mgr, 0, LOG_DEBUG, "early");
     size_t pool = mgr.getFreePoolSize();
     EXPECT_FALSE(mgr.pushLog(r, "f.cpp", 1));
     EXPECT_EQ(pool + 1, mgr.getFreePoolSize());
     EXPECT_FALSE(FileExists(mainLog()));
 }
 
-TEST_F(LogManager, PushForAnUnknownIdIsRefused) {
+TEST_F(LogManager, PushForAnUnknownIdIsRefused)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 5, LOG_DEBUG, "nobody");
+    LogData* r = recordWith(mgr, 5, LOG_DEBUG, "nobody");
     EXPECT_FALSE(mgr.pushLog(r, "f.cpp", 1));
 }
 
-TEST_F(LogManager, PushBelowTheLevelIsRefused) {
+TEST_F(LogManager, PushBelowTheLevelIsRefused)
+{
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, 0, LOG_TRACE, "quiet");
+    LogData* r = recordWith(mgr, 0, LOG_TRACE, "quiet");
     EXPECT_FALSE(mgr.pushLog(r, "f.cpp", 1));
 }
 
-TEST_F(LogManager, PushOfNullIsRefused) {
+TEST_F(LogManager, PushOfNullIsRefused)
+{
     ASSERT_TRUE(mgr.start());
     EXPECT_FALSE(mgr.pushLog(nullptr, "f.cpp", 1));
 }
 
-TEST_F(LogManager, OutfileOffAcceptsButWritesNothing) {
+TEST_F(LogManager, OutfileOffAcceptsButWritesNothing)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerOutFile(id, false);
     ASSERT_TRUE(mgr.start());
@@ -305,22 +342,24 @@ TEST_F(LogManager, OutfileOffAcceptsButWritesNothing) {
 
 // ---- writing files -----------------------------------------------------
 
-TEST_F(LogManager, TwoRecordsEachOpenWriteAndCloseAndTheFileGrowsByBoth) {
+TEST_F(LogManager, TwoRecordsEachOpenWriteAndCloseAndTheFileGrowsByBoth)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
-    LogData *first = recordWith(mgr, id, LOG_DEBUG, "first");
+    LogData* first = recordWith(mgr, id, LOG_DEBUG, "first");
     std::string firstLine = recordText(first) + " a.cpp:1\r\n";
     ASSERT_TRUE(mgr.pushLog(first, "a.cpp", 1));
     EXPECT_FALSE(snapshotOf(mgr, id).bFileOpen);
     EXPECT_EQ(firstLine.size(), fileSize(labelLog()));
-    LogData *second = recordWith(mgr, id, LOG_DEBUG, "second");
+    LogData* second = recordWith(mgr, id, LOG_DEBUG, "second");
     std::string secondLine = recordText(second) + " a.cpp:2\r\n";
     ASSERT_TRUE(mgr.pushLog(second, "a.cpp", 2));
     EXPECT_FALSE(snapshotOf(mgr, id).bFileOpen);
     EXPECT_EQ(firstLine + secondLine, ReadFile(labelLog()));
 }
 
-TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone) {
+TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
     const int kThreads = 4;
@@ -333,13 +372,13 @@ TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone) {
             }
         });
     }
-    for (std::thread &w : writers) {
+    for (std::thread& w : writers) {
         w.join();
     }
     std::vector<std::string> lines = splitLines(ReadFile(labelLog()));
     ASSERT_EQ(static_cast<size_t>(kThreads * kLinesEach), lines.size());
     std::vector<int> nextLine(kThreads, 0);
-    for (const std::string &line : lines) {
+    for (const std::string& line : lines) {
         ParsedLine parsed = parseLine(line);
         ASSERT_TRUE(parsed.ok) << line;
         int t = -1;
@@ -350,7 +389,8 @@ TEST_F(LogManager, ConcurrentWritersLoseNoLineAndMixNone) {
     }
 }
 
-TEST_F(LogManager, WritesAreCountedInRecordsAndBytes) {
+TEST_F(LogManager, WritesAreCountedInRecordsAndBytes)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
     unsigned long long count = mgr.getStatusTotalWriteCount();
@@ -361,17 +401,19 @@ TEST_F(LogManager, WritesAreCountedInRecordsAndBytes) {
     EXPECT_EQ(bytes + fileSize(labelLog()), mgr.getStatusTotalWriteBytes());
 }
 
-TEST_F(LogManager, ExistingFileIsContinued) {
+TEST_F(LogManager, ExistingFileIsContinued)
+{
     LoggerId id = makeLabel();
     WriteFile(labelLog(), "old\r\n");
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, id, LOG_DEBUG, "new");
+    LogData* r = recordWith(mgr, id, LOG_DEBUG, "new");
     std::string line = recordText(r) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(r));
     EXPECT_EQ("old\r\n" + line, ReadFile(labelLog()));
 }
 
-TEST_F(LogManager, PathWithoutSlashGetsOneBeforeTheFileName) {
+TEST_F(LogManager, PathWithoutSlashGetsOneBeforeTheFileName)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerPath(id, (dir.Path() + "/logs").c_str());
     ASSERT_TRUE(mgr.start());
@@ -379,7 +421,8 @@ TEST_F(LogManager, PathWithoutSlashGetsOneBeforeTheFileName) {
     EXPECT_TRUE(FileExists(dir.File("logs/Label.log")));
 }
 
-TEST_F(LogManager, MissingDirectoriesAlongThePathAreCreated) {
+TEST_F(LogManager, MissingDirectoriesAlongThePathAreCreated)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerPath(id, (dir.Path() + "/a/b/c/").c_str());
     ASSERT_TRUE(mgr.start());
@@ -387,29 +430,31 @@ TEST_F(LogManager, MissingDirectoriesAlongThePathAreCreated) {
     EXPECT_TRUE(FileExists(dir.File("a/b/c/Label.log")));
 }
 
-TEST_F(LogManager, MonthdirPutsTheFileUnderYearAndMonth) {
+TEST_F(LogManager, MonthdirPutsTheFileUnderYearAndMonth)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerPath(id, (dir.Path() + "/nested/deeper").c_str());
     mgr.setLoggerMonthdir(id, true);
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, id, LOG_DEBUG, "feb", localTime(2001, 2, 10, 9, 30, 0));
+    LogData* r = recordWith(mgr, id, LOG_DEBUG, "feb", localTime(2001, 2, 10, 9, 30, 0));
     std::string line = recordText(r) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(r));
     EXPECT_EQ(line, ReadFile(dir.File("nested/deeper/2001_02/Label.log")));
 }
 
-TEST_F(LogManager, UnopenableFileIsReportedOnStandardError) {
+TEST_F(LogManager, UnopenableFileIsReportedOnStandardError)
+{
     LoggerId id = makeLabel();
     WriteFile(dir.File("blocker"), "a file, not a directory");
     mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
     ASSERT_TRUE(mgr.start());
     StderrCapture capture;
     EXPECT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "lost")));
-    EXPECT_EQ("log4z: can not open log file " + dir.File("blocker/sub/Label.log") + ". \r\n",
-              capture.Take());
+    EXPECT_EQ("log4z: can not open log file " + dir.File("blocker/sub/Label.log") + ". \r\n", capture.Take());
 }
 
-TEST_F(LogManager, UnopenableFileSwitchesOutfileOff) {
+TEST_F(LogManager, UnopenableFileSwitchesOutfileOff)
+{
     LoggerId id = makeLabel();
     WriteFile(dir.File("blocker"), "a file, not a directory");
     mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
@@ -420,7 +465,8 @@ TEST_F(LogManager, UnopenableFileSwitchesOutfileOff) {
     EXPECT_FALSE(snapshotOf(mgr, id).bOutFile);
 }
 
-TEST_F(LogManager, RecordsAfterAnUnopenableFileAreDroppedSilently) {
+TEST_F(LogManager, RecordsAfterAnUnopenableFileAreDroppedSilently)
+{
     LoggerId id = makeLabel();
     WriteFile(dir.File("blocker"), "a file, not a directory");
     mgr.setLoggerPath(id, dir.File("blocker/sub").c_str());
@@ -435,7 +481,8 @@ TEST_F(LogManager, RecordsAfterAnUnopenableFileAreDroppedSilently) {
 
 // ---- file size limit and days -------------------------------------------
 
-TEST_F(LogManager, FileWithinTheLimitKeepsItsIndex) {
+TEST_F(LogManager, FileWithinTheLimitKeepsItsIndex)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "a", kJune15Noon)));
@@ -443,24 +490,26 @@ TEST_F(LogManager, FileWithinTheLimitKeepsItsIndex) {
     EXPECT_EQ(0u, snapshotOf(mgr, id).dwFileIndex);
 }
 
-TEST_F(LogManager, FileOverTheLimitIncrementsTheIndexAndContinuesTheSameFile) {
+TEST_F(LogManager, FileOverTheLimitIncrementsTheIndexAndContinuesTheSameFile)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerLimitsize(id, 1);
-    std::string filler((1u << 20) + 1, '.'); // one byte over one megabyte
+    std::string filler((1u << 20) + 1, '.');  // one byte over one megabyte
     WriteFile(labelLog(), filler);
     ASSERT_TRUE(mgr.start());
-    LogData *a = recordWith(mgr, id, LOG_DEBUG, "a", kJune15Noon);
+    LogData* a = recordWith(mgr, id, LOG_DEBUG, "a", kJune15Noon);
     std::string lineA = recordText(a) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(a));
     EXPECT_EQ(0u, snapshotOf(mgr, id).dwFileIndex);
-    LogData *b = recordWith(mgr, id, LOG_DEBUG, "b", kJune15Noon + 1);
+    LogData* b = recordWith(mgr, id, LOG_DEBUG, "b", kJune15Noon + 1);
     std::string lineB = recordText(b) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(b));
     EXPECT_EQ(1u, snapshotOf(mgr, id).dwFileIndex);
     EXPECT_EQ(filler + lineA + lineB, ReadFile(labelLog()));
 }
 
-TEST_F(LogManager, EveryRecordOverTheLimitReopensTheFile) {
+TEST_F(LogManager, EveryRecordOverTheLimitReopensTheFile)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerLimitsize(id, 1);
     WriteFile(labelLog(), std::string((1u << 20) + 1, '.'));
@@ -471,17 +520,19 @@ TEST_F(LogManager, EveryRecordOverTheLimitReopensTheFile) {
     EXPECT_EQ(3u, snapshotOf(mgr, id).dwFileIndex);
 }
 
-TEST_F(LogManager, WriterSizeStartsFromTheExistingFileLength) {
+TEST_F(LogManager, WriterSizeStartsFromTheExistingFileLength)
+{
     LoggerId id = makeLabel();
     WriteFile(labelLog(), "12345");
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, id, LOG_DEBUG, "x", kJune15Noon);
+    LogData* r = recordWith(mgr, id, LOG_DEBUG, "x", kJune15Noon);
     uint64_t len = recordText(r).size() + 2;
     ASSERT_TRUE(mgr.pushLog(r));
     EXPECT_EQ(5 + len, snapshotOf(mgr, id).dwWriterSize);
 }
 
-TEST_F(LogManager, NewDayResetsTheIndex) {
+TEST_F(LogManager, NewDayResetsTheIndex)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerLimitsize(id, 1);
     WriteFile(labelLog(), std::string((1u << 20) + 1, '.'));
@@ -493,7 +544,8 @@ TEST_F(LogManager, NewDayResetsTheIndex) {
     EXPECT_EQ(0u, snapshotOf(mgr, id).dwFileIndex);
 }
 
-TEST_F(LogManager, OpeningRecordsTheCreationTimeAndDay) {
+TEST_F(LogManager, OpeningRecordsTheCreationTimeAndDay)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "a", kJune15Noon)));
@@ -504,7 +556,8 @@ TEST_F(LogManager, OpeningRecordsTheCreationTimeAndDay) {
 
 // ---- reserve time ------------------------------------------------------
 
-TEST_F(LogManager, ReserveTimeDeletesFilesOlderThanIt) {
+TEST_F(LogManager, ReserveTimeDeletesFilesOlderThanIt)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerMonthdir(id, true);
     mgr.setLoggerReserveTime(id, 10);
@@ -519,7 +572,8 @@ TEST_F(LogManager, ReserveTimeDeletesFilesOlderThanIt) {
     EXPECT_TRUE(FileExists(dir.File("2001_02/Label.log")));
 }
 
-TEST_F(LogManager, ReserveTimeZeroKeepsEveryFile) {
+TEST_F(LogManager, ReserveTimeZeroKeepsEveryFile)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerMonthdir(id, true);
     ASSERT_TRUE(mgr.start());
@@ -531,7 +585,8 @@ TEST_F(LogManager, ReserveTimeZeroKeepsEveryFile) {
     EXPECT_TRUE(FileExists(dir.File("2001_01/Label.log")));
 }
 
-TEST_F(LogManager, HistoryIsKeptOnlyWithAReserveTime) {
+TEST_F(LogManager, HistoryIsKeptOnlyWithAReserveTime)
+{
     LoggerId plain = makeLabel();
     LoggerId reserved = mgr.createLogger("Reserved");
     mgr.setLoggerPath(reserved, dir.Path().c_str());
@@ -545,7 +600,8 @@ TEST_F(LogManager, HistoryIsKeptOnlyWithAReserveTime) {
     EXPECT_EQ(3u, snapshotOf(mgr, reserved).nHistory);
 }
 
-TEST_F(LogManager, ReserveTimeKeepsFilesYoungerThanIt) {
+TEST_F(LogManager, ReserveTimeKeepsFilesYoungerThanIt)
+{
     LoggerId id = makeLabel();
     mgr.setLoggerMonthdir(id, true);
     mgr.setLoggerReserveTime(id, 3600);
@@ -559,14 +615,16 @@ TEST_F(LogManager, ReserveTimeKeepsFilesYoungerThanIt) {
 
 // ---- settings ----------------------------------------------------------
 
-TEST_F(LogManager, SettingBeforeStartIsAppliedAtOnce) {
+TEST_F(LogManager, SettingBeforeStartIsAppliedAtOnce)
+{
     LoggerId id = makeLabel();
     EXPECT_TRUE(mgr.setLoggerName(id, "other"));
     EXPECT_EQ("other", snapshotOf(mgr, id).strName);
     EXPECT_EQ(0u, mgr.getStatusTotalPushQueue());
 }
 
-TEST_F(LogManager, SettingWhileRunningGoesThroughTheQueue) {
+TEST_F(LogManager, SettingWhileRunningGoesThroughTheQueue)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
     EXPECT_TRUE(mgr.setLoggerName(id, "other"));
@@ -576,20 +634,22 @@ TEST_F(LogManager, SettingWhileRunningGoesThroughTheQueue) {
     EXPECT_EQ("other", snapshotOf(mgr, id).strName);
 }
 
-TEST_F(LogManager, SettingFromTheWorkerMovesTheNextRecordToTheNewFile) {
+TEST_F(LogManager, SettingFromTheWorkerMovesTheNextRecordToTheNewFile)
+{
     LoggerId id = makeLabel();
     ASSERT_TRUE(mgr.start());
     ASSERT_TRUE(mgr.pushLog(recordWith(mgr, id, LOG_DEBUG, "before")));
     ASSERT_TRUE(mgr.setLoggerName(id, "renamed"));
     ASSERT_TRUE(mgr.stop());
     ASSERT_TRUE(mgr.start());
-    LogData *r = recordWith(mgr, id, LOG_DEBUG, "after");
+    LogData* r = recordWith(mgr, id, LOG_DEBUG, "after");
     std::string line = recordText(r) + "\r\n";
     ASSERT_TRUE(mgr.pushLog(r));
     EXPECT_EQ(line, ReadFile(dir.File("renamed.log")));
 }
 
-TEST_F(LogManager, SettersRefuseAnIdAboveTheHighest) {
+TEST_F(LogManager, SettersRefuseAnIdAboveTheHighest)
+{
     EXPECT_FALSE(mgr.enableLogger(1, true));
     EXPECT_FALSE(mgr.setLoggerName(1, "x"));
     EXPECT_FALSE(mgr.setLoggerPath(1, "x"));
@@ -602,19 +662,22 @@ TEST_F(LogManager, SettersRefuseAnIdAboveTheHighest) {
     EXPECT_FALSE(mgr.setLoggerReserveTime(1, 5));
 }
 
-TEST_F(LogManager, SettersRefuseANegativeId) {
+TEST_F(LogManager, SettersRefuseANegativeId)
+{
     EXPECT_FALSE(mgr.enableLogger(-1, true));
     EXPECT_FALSE(mgr.setLoggerName(-1, "x"));
     EXPECT_FALSE(mgr.setLoggerLevel(-1, LOG_TRACE));
 }
 
-TEST_F(LogManager, NullNameOrPathIsRefused) {
+TEST_F(LogManager, NullNameOrPathIsRefused)
+{
     EXPECT_FALSE(mgr.setLoggerName(0, nullptr));
     EXPECT_FALSE(mgr.setLoggerPath(0, nullptr));
     EXPECT_EQ("kvepl", snapshotOf(mgr, 0).strName);
 }
 
-TEST_F(LogManager, EverySetterReachesItsField) {
+TEST_F(LogManager, EverySetterReachesItsField)
+{
     LoggerId id = makeLabel();
     mgr.enableLogger(id, false);
     mgr.setLoggerName(id, "n");
@@ -639,7 +702,8 @@ TEST_F(LogManager, EverySetterReachesItsField) {
     EXPECT_EQ(86400, s.dwReserveTime);
 }
 
-TEST_F(LogManager, LowerLevelIsStoredAtOnceWhileRunning) {
+TEST_F(LogManager, LowerLevelIsStoredAtOnceWhileRunning)
+{
     ASSERT_TRUE(mgr.start());
     unsigned long long pushed = mgr.getStatusTotalPushQueue();
     EXPECT_TRUE(mgr.setLoggerLevel(0, LOG_TRACE));
@@ -648,7 +712,8 @@ TEST_F(LogManager, LowerLevelIsStoredAtOnceWhileRunning) {
     EXPECT_TRUE(mgr.prePushLog(0, LOG_TRACE));
 }
 
-TEST_F(LogManager, HigherLevelIsQueuedAsTypeFourAndAppliedByTheWorker) {
+TEST_F(LogManager, HigherLevelIsQueuedAsTypeFourAndAppliedByTheWorker)
+{
     ASSERT_TRUE(mgr.start());
     unsigned long long pushed = mgr.getStatusTotalPushQueue();
     EXPECT_TRUE(mgr.setLoggerLevel(0, LOG_WARN));
@@ -658,32 +723,42 @@ TEST_F(LogManager, HigherLevelIsQueuedAsTypeFourAndAppliedByTheWorker) {
     EXPECT_EQ(4, LDT_SET_LOGGER_LEVEL);
 }
 
-TEST_F(LogManager, HigherLevelBeforeStartIsAppliedAtOnce) {
+TEST_F(LogManager, HigherLevelBeforeStartIsAppliedAtOnce)
+{
     EXPECT_TRUE(mgr.setLoggerLevel(0, LOG_FATAL));
     EXPECT_EQ(LOG_FATAL, snapshotOf(mgr, 0).nLevel);
 }
 
-TEST_F(LogManager, DisabledLoggerIsReportedDisabled) {
+TEST_F(LogManager, DisabledLoggerIsReportedDisabled)
+{
     LoggerId id = makeLabel();
     EXPECT_TRUE(mgr.isLoggerEnable(id));
     mgr.enableLogger(id, false);
     EXPECT_FALSE(mgr.isLoggerEnable(id));
 }
 
-TEST_F(LogManager, UnknownIdIsReportedDisabled) { EXPECT_FALSE(mgr.isLoggerEnable(7)); }
+TEST_F(LogManager, UnknownIdIsReportedDisabled)
+{
+    EXPECT_FALSE(mgr.isLoggerEnable(7));
+}
 
-TEST_F(LogManager, ActiveLoggersCountsEnabledOnes) {
+TEST_F(LogManager, ActiveLoggersCountsEnabledOnes)
+{
     makeLabel();
     mgr.createLogger("Other");
     mgr.enableLogger(2, false);
     EXPECT_EQ(2u, mgr.getStatusActiveLoggers());
 }
 
-TEST_F(LogManager, AutoUpdateIntervalIsAccepted) { EXPECT_TRUE(mgr.setAutoUpdate(5)); }
+TEST_F(LogManager, AutoUpdateIntervalIsAccepted)
+{
+    EXPECT_TRUE(mgr.setAutoUpdate(5));
+}
 
 // ---- createLogger and findLogger ---------------------------------------
 
-TEST_F(LogManager, MainLoggerHasItsDefaults) {
+TEST_F(LogManager, MainLoggerHasItsDefaults)
+{
     LogerManager fresh;
     LoggerSnapshot s = snapshotOf(fresh, 0);
     EXPECT_EQ("Main", s.strKey);
@@ -699,26 +774,38 @@ TEST_F(LogManager, MainLoggerHasItsDefaults) {
     EXPECT_EQ(0, s.dwReserveTime);
 }
 
-TEST_F(LogManager, MainKeyFindsLoggerZero) { EXPECT_EQ(0, mgr.findLogger("Main")); }
+TEST_F(LogManager, MainKeyFindsLoggerZero)
+{
+    EXPECT_EQ(0, mgr.findLogger("Main"));
+}
 
-TEST_F(LogManager, CreateLoggerWithNullKeyGivesMinusOne) { EXPECT_EQ(-1, mgr.createLogger(nullptr)); }
+TEST_F(LogManager, CreateLoggerWithNullKeyGivesMinusOne)
+{
+    EXPECT_EQ(-1, mgr.createLogger(nullptr));
+}
 
-TEST_F(LogManager, CreateLoggerWithBlankKeyGivesMinusOne) { EXPECT_EQ(-1, mgr.createLogger(" \t ")); }
+TEST_F(LogManager, CreateLoggerWithBlankKeyGivesMinusOne)
+{
+    EXPECT_EQ(-1, mgr.createLogger(" \t "));
+}
 
-TEST_F(LogManager, CreateLoggerTrimsTheKey) {
+TEST_F(LogManager, CreateLoggerTrimsTheKey)
+{
     EXPECT_EQ(1, mgr.createLogger("  Label\t\r\n"));
     EXPECT_EQ(1, mgr.findLogger("Label"));
     EXPECT_EQ("Label", snapshotOf(mgr, 1).strKey);
 }
 
-TEST_F(LogManager, CreateLoggerWithAnExistingKeyReturnsItsId) {
+TEST_F(LogManager, CreateLoggerWithAnExistingKeyReturnsItsId)
+{
     EXPECT_EQ(1, mgr.createLogger("Label"));
     EXPECT_EQ(2, mgr.createLogger("Other"));
     EXPECT_EQ(1, mgr.createLogger("Label"));
     EXPECT_EQ(0, mgr.createLogger("Main"));
 }
 
-TEST_F(LogManager, CreatedLoggerIsEnabledAndNamedAfterItsKey) {
+TEST_F(LogManager, CreatedLoggerIsEnabledAndNamedAfterItsKey)
+{
     LoggerId id = mgr.createLogger("Label");
     LoggerSnapshot s = snapshotOf(mgr, id);
     EXPECT_TRUE(s.bEnable);
@@ -726,7 +813,8 @@ TEST_F(LogManager, CreatedLoggerIsEnabledAndNamedAfterItsKey) {
     EXPECT_EQ("./log/", s.strPath);
 }
 
-TEST_F(LogManager, CreateLoggerStopsAtTwentyLoggers) {
+TEST_F(LogManager, CreateLoggerStopsAtTwentyLoggers)
+{
     for (int i = 1; i < 20; ++i) {
         ASSERT_EQ(i, mgr.createLogger(("L" + std::to_string(i)).c_str()));
     }
@@ -734,39 +822,49 @@ TEST_F(LogManager, CreateLoggerStopsAtTwentyLoggers) {
     EXPECT_EQ(-1, mgr.findLogger("OneTooMany"));
 }
 
-TEST_F(LogManager, FindLoggerOfAnUnknownKeyGivesMinusOne) { EXPECT_EQ(-1, mgr.findLogger("Nobody")); }
+TEST_F(LogManager, FindLoggerOfAnUnknownKeyGivesMinusOne)
+{
+    EXPECT_EQ(-1, mgr.findLogger("Nobody"));
+}
 
-TEST_F(LogManager, FindLoggerOfNullGivesMinusOne) { EXPECT_EQ(-1, mgr.findLogger(nullptr)); }
+TEST_F(LogManager, FindLoggerOfNullGivesMinusOne)
+{
+    EXPECT_EQ(-1, mgr.findLogger(nullptr));
+}
 
-TEST_F(LogManager, FindLoggerIsCaseSensitive) {
+TEST_F(LogManager, FindLoggerIsCaseSensitive)
+{
     mgr.createLogger("Label");
     EXPECT_EQ(-1, mgr.findLogger("label"));
 }
 
 // ---- record pool -------------------------------------------------------
 
-TEST_F(LogManager, FreedRecordsArePooledUpToTwoHundred) {
-    std::vector<LogData *> records;
+TEST_F(LogManager, FreedRecordsArePooledUpToTwoHundred)
+{
+    std::vector<LogData*> records;
     for (int i = 0; i < 250; ++i) {
         records.push_back(mgr.makeLogData(0, LOG_DEBUG));
     }
-    for (LogData *r : records) {
+    for (LogData* r : records) {
         mgr.freeLogData(r);
     }
     EXPECT_EQ(200u, mgr.getFreePoolSize());
 }
 
-TEST_F(LogManager, NewRecordIsTakenFromThePool) {
-    LogData *pooled = mgr.makeLogData(0, LOG_DEBUG);
+TEST_F(LogManager, NewRecordIsTakenFromThePool)
+{
+    LogData* pooled = mgr.makeLogData(0, LOG_DEBUG);
     mgr.freeLogData(pooled);
     size_t pool = mgr.getFreePoolSize();
-    LogData *r = mgr.makeLogData(0, LOG_DEBUG);
+    LogData* r = mgr.makeLogData(0, LOG_DEBUG);
     EXPECT_EQ(pooled, r);
     EXPECT_EQ(pool - 1, mgr.getFreePoolSize());
     mgr.freeLogData(r);
 }
 
-TEST_F(LogManager, FreeingNullIsHarmless) {
+TEST_F(LogManager, FreeingNullIsHarmless)
+{
     size_t pool = mgr.getFreePoolSize();
     mgr.freeLogData(nullptr);
     EXPECT_EQ(pool, mgr.getFreePoolSize());
@@ -774,25 +872,29 @@ TEST_F(LogManager, FreeingNullIsHarmless) {
 
 // ---- process identity --------------------------------------------------
 
-TEST_F(LogManager, PidIsSixZeroPaddedDigits) {
+TEST_F(LogManager, PidIsSixZeroPaddedDigits)
+{
     char expected[32];
     snprintf(expected, sizeof(expected), "%06d", static_cast<int>(getpid()));
     EXPECT_EQ(expected, mgr.getPid());
 }
 
-TEST_F(LogManager, ProcessNameIsTheProgramsLastPathComponent) {
+TEST_F(LogManager, ProcessNameIsTheProgramsLastPathComponent)
+{
     EXPECT_EQ("test_log_manager", mgr.getProcessName());
 }
 
 // ---- the single instance -----------------------------------------------
 
-TEST(LogInstance, GetInstanceReturnsTheSameManager) {
+TEST(LogInstance, GetInstanceReturnsTheSameManager)
+{
     EXPECT_EQ(ILog4zManager::getInstance(), ILog4zManager::getInstance());
 }
 
-TEST(LogInstance, LogfmtdWritesADebugLineOnTheMainLogger) {
+TEST(LogInstance, LogfmtdWritesADebugLineOnTheMainLogger)
+{
     TempDir dir;
-    ILog4zManager *instance = ILog4zManager::getInstance();
+    ILog4zManager* instance = ILog4zManager::getInstance();
     instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
     instance->setLoggerName(LOG4Z_MAIN_LOGGER_ID, "kvepl");
     ASSERT_TRUE(instance->start());
@@ -804,9 +906,10 @@ TEST(LogInstance, LogfmtdWritesADebugLineOnTheMainLogger) {
     EXPECT_EQ("job 3 of user log_manager_test.cpp:" + std::to_string(line) + "\r\n", parsed.rest);
 }
 
-TEST(LogInstance, LogfmtdBeforeStartWritesNothing) {
+TEST(LogInstance, LogfmtdBeforeStartWritesNothing)
+{
     TempDir dir;
-    ILog4zManager *instance = ILog4zManager::getInstance();
+    ILog4zManager* instance = ILog4zManager::getInstance();
     instance->setLoggerPath(LOG4Z_MAIN_LOGGER_ID, dir.Path().c_str());
     unsigned long long before = instance->getStatusTotalWriteCount();
     LOGFMTD("not written");

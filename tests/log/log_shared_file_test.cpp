@@ -24,7 +24,8 @@ const char* const kOwnContent = "a file of ours elsewhere\r\n";
 // plants there is in place before the manager starts.
 class SharedLogFile : public ::testing::Test {
 protected:
-    void SetUp() override {
+    void SetUp() override
+    {
         mgr.setLoggerPath(LOG4Z_MAIN_LOGGER_ID, shared.Path().c_str());
         mgr.setLoggerName(LOG4Z_MAIN_LOGGER_ID, "kvepl");
     }
@@ -33,7 +34,8 @@ protected:
     std::string ownFile() const { return kvtest::MakeFile(elsewhere.File("own.txt"), kOwnContent, 0644); }
 
     // Starts the manager and logs one line; returns what reached standard error.
-    std::string startAndLog() {
+    std::string startAndLog()
+    {
         StderrCapture capture;
         if (!mgr.start()) {
             return "start failed";
@@ -46,23 +48,26 @@ protected:
 
     kvtest::OpenFolder shared{kvtest::kOutsideTmp, kvtest::kSharedFolderMode};
     kvtest::OpenFolder elsewhere{kvtest::kOutsideTmp};
-    LogerManager mgr; // declared last: stops before the folders go
+    LogerManager mgr;  // declared last: stops before the folders go
 };
 
-} // namespace
+}  // namespace
 
-TEST_F(SharedLogFile, LinkedLogIsReportedAsUnopenable) {
+TEST_F(SharedLogFile, LinkedLogIsReportedAsUnopenable)
+{
     ASSERT_EQ(0, symlink(ownFile().c_str(), logPath().c_str()));
     EXPECT_EQ(refusedMessage(), startAndLog());
 }
 
-TEST_F(SharedLogFile, LinkedLogSwitchesOutfileOff) {
+TEST_F(SharedLogFile, LinkedLogSwitchesOutfileOff)
+{
     ASSERT_EQ(0, symlink(ownFile().c_str(), logPath().c_str()));
     startAndLog();
     EXPECT_FALSE(snapshotOf(mgr, LOG4Z_MAIN_LOGGER_ID).bOutFile);
 }
 
-TEST_F(SharedLogFile, FileBehindALinkedLogIsUnchanged) {
+TEST_F(SharedLogFile, FileBehindALinkedLogIsUnchanged)
+{
     const std::string target = ownFile();
     const FileSnapshot before = Snapshot(target);
     ASSERT_EQ(0, symlink(target.c_str(), logPath().c_str()));
@@ -70,32 +75,37 @@ TEST_F(SharedLogFile, FileBehindALinkedLogIsUnchanged) {
     EXPECT_EQ(before, Snapshot(target));
 }
 
-TEST_F(SharedLogFile, DanglingLinkedLogCreatesNothing) {
+TEST_F(SharedLogFile, DanglingLinkedLogCreatesNothing)
+{
     ASSERT_EQ(0, symlink(elsewhere.File("never.log").c_str(), logPath().c_str()));
     startAndLog();
     EXPECT_FALSE(Snapshot(elsewhere.File("never.log")).exists);
 }
 
-TEST_F(SharedLogFile, HardLinkedLogIsReportedAsUnopenable) {
+TEST_F(SharedLogFile, HardLinkedLogIsReportedAsUnopenable)
+{
     ASSERT_EQ(0, link(ownFile().c_str(), logPath().c_str()));
     EXPECT_EQ(refusedMessage(), startAndLog());
 }
 
-TEST_F(SharedLogFile, FileBehindAHardLinkedLogIsUnchanged) {
+TEST_F(SharedLogFile, FileBehindAHardLinkedLogIsUnchanged)
+{
     const std::string target = ownFile();
     ASSERT_EQ(0, link(target.c_str(), logPath().c_str()));
     startAndLog();
     EXPECT_EQ(kOwnContent, Snapshot(target).content);
 }
 
-TEST_F(SharedLogFile, AnotherUsersLogIsReportedAsUnopenable) {
+TEST_F(SharedLogFile, AnotherUsersLogIsReportedAsUnopenable)
+{
     if (!kvtest::RunningAsRoot())
         GTEST_SKIP() << "planting a file as another user needs root";
     ASSERT_TRUE(kvtest::PlantForeignFile(logPath(), "theirs\r\n"));
     EXPECT_EQ(refusedMessage(), startAndLog());
 }
 
-TEST_F(SharedLogFile, AnotherUsersLogIsUnchanged) {
+TEST_F(SharedLogFile, AnotherUsersLogIsUnchanged)
+{
     if (!kvtest::RunningAsRoot())
         GTEST_SKIP() << "planting a file as another user needs root";
     ASSERT_TRUE(kvtest::PlantForeignFile(logPath(), "theirs\r\n"));
@@ -104,12 +114,14 @@ TEST_F(SharedLogFile, AnotherUsersLogIsUnchanged) {
     EXPECT_EQ(before, Snapshot(logPath()));
 }
 
-TEST_F(SharedLogFile, PipeAsLogIsReportedWithoutWaitingForAReader) {
+TEST_F(SharedLogFile, PipeAsLogIsReportedWithoutWaitingForAReader)
+{
     ASSERT_EQ(0, mkfifo(logPath().c_str(), 0666));
     EXPECT_EQ(refusedMessage(), startAndLog());
 }
 
-TEST_F(SharedLogFile, OwnEarlierLogIsContinued) {
+TEST_F(SharedLogFile, OwnEarlierLogIsContinued)
+{
     WriteFile(logPath(), "earlier\r\n");
     ASSERT_EQ("", startAndLog());
     const std::string content = ReadFile(logPath());
@@ -117,7 +129,8 @@ TEST_F(SharedLogFile, OwnEarlierLogIsContinued) {
     EXPECT_NE(std::string::npos, content.find("job line"));
 }
 
-TEST_F(SharedLogFile, MissingLogIsCreated) {
+TEST_F(SharedLogFile, MissingLogIsCreated)
+{
     ASSERT_EQ("", startAndLog());
     EXPECT_NE(std::string::npos, ReadFile(logPath()).find("job line"));
 }

@@ -37,13 +37,15 @@ using kvtest::TempDir;
 using kvtest::WriteFile;
 
 // The size of a file in bytes; 0 when there is none.
-inline uint64_t fileSize(const std::string &path) {
+inline uint64_t fileSize(const std::string& path)
+{
     struct stat st;
     return stat(path.c_str(), &st) == 0 ? static_cast<uint64_t>(st.st_size) : 0;
 }
 
 // Splits a log file into its lines, each keeping its "\r\n".
-inline std::vector<std::string> splitLines(const std::string &content) {
+inline std::vector<std::string> splitLines(const std::string& content)
+{
     std::vector<std::string> lines;
     size_t start = 0;
     while (start < content.size()) {
@@ -68,9 +70,9 @@ struct ParsedLine {
 };
 
 // Parses "YYYY-MM-DD hh:mm:ss.mmm [tid] LEVEL rest".
-inline ParsedLine parseLine(const std::string &line) {
-    static const std::regex prefix(
-        R"(^\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}\.\d{3} \[(\d+)\] (LOG_[A-Z]+) )");
+inline ParsedLine parseLine(const std::string& line)
+{
+    static const std::regex prefix(R"(^\d{4}-\d{2}-\d{2} \d{2}:\d{2}:\d{2}\.\d{3} \[(\d+)\] (LOG_[A-Z]+) )");
     ParsedLine parsed;
     std::smatch m;
     if (std::regex_search(line, m, prefix)) {
@@ -82,10 +84,14 @@ inline ParsedLine parseLine(const std::string &line) {
     return parsed;
 }
 
-inline unsigned long testThreadId() { return static_cast<unsigned long>(syscall(SYS_gettid)); }
+inline unsigned long testThreadId()
+{
+    return static_cast<unsigned long>(syscall(SYS_gettid));
+}
 
 // Local time of a calendar moment, for records stamped on chosen days.
-inline int64_t localTime(int year, int month, int day, int hour, int minute, int second) {
+inline int64_t localTime(int year, int month, int day, int hour, int minute, int second)
+{
     struct tm t = {};
     t.tm_year = year - 1900;
     t.tm_mon = month - 1;
@@ -99,9 +105,9 @@ inline int64_t localTime(int year, int month, int day, int hour, int minute, int
 
 // Takes a record, writes msg after its prefix and, when time is given,
 // restamps it; the caller pushes it. Returns null when refused.
-inline LogData *recordWith(LogerManager &manager, LoggerId id, int level, const std::string &msg,
-                           int64_t time = -1) {
-    LogData *r = manager.makeLogData(id, level);
+inline LogData* recordWith(LogerManager& manager, LoggerId id, int level, const std::string& msg, int64_t time = -1)
+{
+    LogData* r = manager.makeLogData(id, level);
     if (r == nullptr) {
         return nullptr;
     }
@@ -115,10 +121,14 @@ inline LogData *recordWith(LogerManager &manager, LoggerId id, int level, const 
 }
 
 // The text of a record as it stands (prefix and message so far).
-inline std::string recordText(const LogData *r) { return std::string(r->text, r->nLength); }
+inline std::string recordText(const LogData* r)
+{
+    return std::string(r->text, r->nLength);
+}
 
 // Returns a snapshot of a logger; an empty one when the id is not in use.
-inline LoggerSnapshot snapshotOf(LogerManager &manager, LoggerId id) {
+inline LoggerSnapshot snapshotOf(LogerManager& manager, LoggerId id)
+{
     LoggerSnapshot s;
     manager.getLoggerSnapshot(id, s);
     return s;
@@ -129,7 +139,8 @@ inline LoggerSnapshot snapshotOf(LogerManager &manager, LoggerId id) {
 class ConfigTest : public ::testing::Test {
 protected:
     // Parses text on the test's manager and returns logger id's settings.
-    LoggerSnapshot apply(const std::string &text, LoggerId id = 0) {
+    LoggerSnapshot apply(const std::string& text, LoggerId id = 0)
+    {
         EXPECT_TRUE(mgr.configFromString(text.c_str()));
         return snapshotOf(mgr, id);
     }
@@ -138,6 +149,6 @@ protected:
     LogerManager mgr;
 };
 
-} // namespace logtest
+}  // namespace logtest
 
-#endif // KV_TESTS_LOG_TEST_HELPERS_H
+#endif  // KV_TESTS_LOG_TEST_HELPERS_H

@@ -253,8 +253,7 @@ TEST(SafeFileReason, NotRegularIsNamed)
 
 TEST(SafeFileReason, SeveralLinksAreNamed)
 {
-    EXPECT_EQ("/tmp/x.lock has more than one hard link",
-              kvfile::describeRefusal("/tmp/x.lock", Refusal::SeveralLinks));
+    EXPECT_EQ("/tmp/x.lock has more than one hard link", kvfile::describeRefusal("/tmp/x.lock", Refusal::SeveralLinks));
 }
 
 TEST(SafeFileReason, UsableFileHasNoReason)
@@ -273,7 +272,9 @@ TEST(UniqueFd, ClosesItsDescriptorAtDestruction)
 {
     int fd = open("/dev/null", O_RDONLY);
     ASSERT_GE(fd, 0);
-    { kvfile::UniqueFd owner(fd); }
+    {
+        kvfile::UniqueFd owner(fd);
+    }
     EXPECT_EQ(-1, fcntl(fd, F_GETFD));
 }
 

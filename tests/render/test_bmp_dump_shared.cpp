@@ -50,8 +50,7 @@ protected:
         return RunAsUser(kNobodyUid, kNobodyGid, [&] {
             std::vector<unsigned char> row(kWidth, 0);
             CEPLRender render;
-            render.LogData2BmpFile(path.c_str(), row.data(), static_cast<unsigned>(row.size()), kWidth,
-                                   kHeight, kBits);
+            render.LogData2BmpFile(path.c_str(), row.data(), static_cast<unsigned>(row.size()), kWidth, kHeight, kBits);
             return true;
         });
     }

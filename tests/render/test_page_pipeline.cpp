@@ -65,7 +65,6 @@ TEST(AutoRotation, TallTestNeedsAutoRotateOn)
     EXPECT_FALSE(AutoRotationCode(100, 985, 254, 254, 80, 0).has_value());
 }
 
-
 TEST(MulDiv, ZeroDivisorGivesZero)
 {
     EXPECT_EQ(MulDiv(203, 100, 0), 0);
@@ -284,8 +283,8 @@ namespace {
 
 // The packing written pixel by pixel, every index checked on its own: the
 // form the row-wise packing must reproduce.
-std::vector<unsigned char> ReferencePack(const std::vector<unsigned char>& image, int32_t w, int32_t h,
-                                         int64_t stride, tagRECT rect, bool mirror, int32_t ref)
+std::vector<unsigned char> ReferencePack(const std::vector<unsigned char>& image, int32_t w, int32_t h, int64_t stride,
+                                         tagRECT rect, bool mirror, int32_t ref)
 {
     const int64_t left = rect.left < 0 ? 0 : rect.left;
     const int64_t top = rect.top < 0 ? 0 : rect.top;

@@ -278,10 +278,10 @@ TEST(TransCommand, RedBlueSwapLeftToTheRendererPrintsAsTheSwapMadeOnReading)
         int16_t paperMode, savePaper, autoRotate;
     };
     const Setup setups[] = {
-        {609, 67, 49, 0, 0, 0}, {406, 57, 42, 0, 0, 0}, {300, 52, 39, 0, 0, 0}, {203, 47, 35, 0, 0, 0},
-        {135, 43, 33, 0, 0, 0}, {203, 47, 35, 1, 0, 0}, {609, 67, 49, 1, 0, 0},
-        {203, 900, 60, 0, 0, 1},   // wider than the printable width: turned
-        {203, 900, 60, 0, 1, 0},   // saving paper: fitted to the printable width
+        {609, 67, 49, 0, 0, 0},  {406, 57, 42, 0, 0, 0},  {300, 52, 39, 0, 0, 0},
+        {203, 47, 35, 0, 0, 0},  {135, 43, 33, 0, 0, 0},  {203, 47, 35, 1, 0, 0},
+        {609, 67, 49, 1, 0, 0},  {203, 900, 60, 0, 0, 1},  // wider than the printable width: turned
+        {203, 900, 60, 0, 1, 0},                           // saving paper: fitted to the printable width
     };
     std::mt19937 random(42);
     for (const Setup& set : setups) {

@@ -68,8 +68,8 @@ BmpFile ParseBmp(const std::string& bytes)
     for (size_t at = paletteStart; at + kPaletteEntrySize <= bmp.dataOffset; at += kPaletteEntrySize)
         bmp.palette.push_back({static_cast<uint8_t>(bytes[at]), static_cast<uint8_t>(bytes[at + 1]),
                                static_cast<uint8_t>(bytes[at + 2]), static_cast<uint8_t>(bytes[at + 3])});
-    const size_t rows = bmp.height < 0 ? static_cast<size_t>(-static_cast<long long>(bmp.height))
-                                       : static_cast<size_t>(bmp.height);
+    const size_t rows =
+        bmp.height < 0 ? static_cast<size_t>(-static_cast<long long>(bmp.height)) : static_cast<size_t>(bmp.height);
     const size_t room = bytes.size() - bmp.dataOffset;
     if (rows != 0 && bmp.Stride() > room / rows) {
         bmp.error = "pixel rows run past the end of the file";

@@ -23,11 +23,11 @@ std::vector<std::string> FilterArgs(const std::string& options = "", const std::
                                     const std::string& jobId = "42", const std::string& copies = "1");
 
 struct FilterResult {
-    int status = -1;     // exit status, or -1 when killed by a signal
-    int signal = 0;      // signal that ended the process, if any
-    std::string out;     // standard output
-    std::string err;     // standard error
-    long peakKb = 0;     // the filter's peak resident memory, in kilobytes
+    int status = -1;  // exit status, or -1 when killed by a signal
+    int signal = 0;   // signal that ended the process, if any
+    std::string out;  // standard output
+    std::string err;  // standard error
+    long peakKb = 0;  // the filter's peak resident memory, in kilobytes
 };
 
 // An unprivileged account to run the filter as, as the spooler does.

@@ -46,7 +46,9 @@ struct flock WholeFile(short type)
     const char locked = (fd >= 0 && fcntl(fd, F_SETLK, &request) == 0) ? 1 : 0;
     if (write(ready, &locked, 1) != 1)
         _exit(1);
-    struct pollfd releaseEnd{release, POLLIN, 0};
+    struct pollfd releaseEnd {
+        release, POLLIN, 0
+    };
     while (poll(&releaseEnd, 1, limitSeconds * kMillisecondsPerSecond) < 0 && errno == EINTR) {
     }
     _exit(0);
@@ -100,13 +102,13 @@ std::optional<std::string> ReadJobInfoLocked()
 }
 
 JobInfoWatcher::JobInfoWatcher()
-    : m_reader([this] {
-          while (!m_done) {
-              std::optional<std::string> content = ReadJobInfoLocked();
-              m_seen.insert(content ? *content : std::string("<unreadable>"));
-              std::this_thread::sleep_for(std::chrono::milliseconds(kWatchPauseMs));
-          }
-      })
+        : m_reader([this] {
+              while (!m_done) {
+                  std::optional<std::string> content = ReadJobInfoLocked();
+                  m_seen.insert(content ? *content : std::string("<unreadable>"));
+                  std::this_thread::sleep_for(std::chrono::milliseconds(kWatchPauseMs));
+              }
+          })
 {
 }
 

@@ -29,8 +29,7 @@ public:
     }
 };
 
-const ::testing::Environment* const kStopLogger =
-    ::testing::AddGlobalTestEnvironment(new StopLoggerAfterLastTest);
+const ::testing::Environment* const kStopLogger = ::testing::AddGlobalTestEnvironment(new StopLoggerAfterLastTest);
 
 // `raw` without its line end, for a message that shows the whole line.
 std::string WithoutLineEnd(const std::string& raw)

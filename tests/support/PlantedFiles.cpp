@@ -173,9 +173,8 @@ std::ostream& operator<<(std::ostream& out, const FileSnapshot& snapshot)
 {
     if (!snapshot.exists)
         return out << "(nothing)";
-    return out << "mode " << std::oct << snapshot.mode << std::dec << ", uid " << snapshot.uid << ", "
-               << snapshot.links << " link(s), " << snapshot.content.size() << " bytes \"" << snapshot.content
-               << "\"";
+    return out << "mode " << std::oct << snapshot.mode << std::dec << ", uid " << snapshot.uid << ", " << snapshot.links
+               << " link(s), " << snapshot.content.size() << " bytes \"" << snapshot.content << "\"";
 }
 
 HeldFile::HeldFile(const std::string& path) : m_fd(open(path.c_str(), O_RDONLY | O_NOFOLLOW | O_CLOEXEC)) {}

@@ -10,22 +10,21 @@ namespace kvtest {
 namespace {
 
 // The main keywords every PPD carries so that libcups accepts it.
-const char* const kPpdHeader =
-    "*PPD-Adobe: \"4.3\"\n"
-    "*FormatVersion: \"4.3\"\n"
-    "*FileVersion: \"1.0\"\n"
-    "*LanguageVersion: English\n"
-    "*LanguageEncoding: ISOLatin1\n"
-    "*PCFileName: \"KVTEST.PPD\"\n"
-    "*Manufacturer: \"Test\"\n"
-    "*Product: \"(Test Label Printer)\"\n"
-    "*ModelName: \"Test Label Printer\"\n"
-    "*ShortNickName: \"Test Label Printer\"\n"
-    "*NickName: \"Test Label Printer\"\n"
-    "*PSVersion: \"(3010.000) 0\"\n"
-    "*ColorDevice: True\n"
-    "*DefaultColorSpace: RGB\n"
-    "*cupsFilter: \"application/vnd.cups-raster 0 rastertokivcp\"\n";
+const char* const kPpdHeader = "*PPD-Adobe: \"4.3\"\n"
+                               "*FormatVersion: \"4.3\"\n"
+                               "*FileVersion: \"1.0\"\n"
+                               "*LanguageVersion: English\n"
+                               "*LanguageEncoding: ISOLatin1\n"
+                               "*PCFileName: \"KVTEST.PPD\"\n"
+                               "*Manufacturer: \"Test\"\n"
+                               "*Product: \"(Test Label Printer)\"\n"
+                               "*ModelName: \"Test Label Printer\"\n"
+                               "*ShortNickName: \"Test Label Printer\"\n"
+                               "*NickName: \"Test Label Printer\"\n"
+                               "*PSVersion: \"(3010.000) 0\"\n"
+                               "*ColorDevice: True\n"
+                               "*DefaultColorSpace: RGB\n"
+                               "*cupsFilter: \"application/vnd.cups-raster 0 rastertokivcp\"\n";
 
 }  // namespace
 
@@ -86,17 +85,39 @@ std::string PpdWriter::WriteTo(const std::string& path) const
 std::map<std::string, std::string> LabelPpdCodes()
 {
     return {
-        {"Mirror", "0"},           {"Rotation", "0"},        {"NegativeFilm", "0"},
-        {"Density", "10"},         {"HorizontalOffset", "0"}, {"HorizontalOffsetValue", "0"},
-        {"VerticalOffset", "0"},   {"VerticalOffsetValue", "0"}, {"Brightness", "100"},
-        {"Contrast", "100"},       {"Levels", "100"},        {"Halftone", "1"},
-        {"PrintMethod", "0"},      {"MediaType", "0"},       {"GAPOffset", "0"},
-        {"GAPHeight", "3"},        {"Mode", "0"},            {"CutMethod", "0"},
-        {"Interval", "1"},         {"Feed", "100"},          {"MaxOutputWidth", "104"},
-        {"IsToDashed", "0"},       {"MinLength", "5"},       {"IntervalBlack", "1"},
-        {"IntervalWhite", "1"},    {"SavePaper", "0"},       {"PrintMode", "0"},
-        {"PrintSpeed", "4"},       {"FixedHeight", "0"},     {"AutoRotate", "0"},
-        {"StartOffsetValue", "0"}, {"EndOffsetValue", "0"},  {"DriverLog", "0"},
+        {"Mirror", "0"},
+        {"Rotation", "0"},
+        {"NegativeFilm", "0"},
+        {"Density", "10"},
+        {"HorizontalOffset", "0"},
+        {"HorizontalOffsetValue", "0"},
+        {"VerticalOffset", "0"},
+        {"VerticalOffsetValue", "0"},
+        {"Brightness", "100"},
+        {"Contrast", "100"},
+        {"Levels", "100"},
+        {"Halftone", "1"},
+        {"PrintMethod", "0"},
+        {"MediaType", "0"},
+        {"GAPOffset", "0"},
+        {"GAPHeight", "3"},
+        {"Mode", "0"},
+        {"CutMethod", "0"},
+        {"Interval", "1"},
+        {"Feed", "100"},
+        {"MaxOutputWidth", "104"},
+        {"IsToDashed", "0"},
+        {"MinLength", "5"},
+        {"IntervalBlack", "1"},
+        {"IntervalWhite", "1"},
+        {"SavePaper", "0"},
+        {"PrintMode", "0"},
+        {"PrintSpeed", "4"},
+        {"FixedHeight", "0"},
+        {"AutoRotate", "0"},
+        {"StartOffsetValue", "0"},
+        {"EndOffsetValue", "0"},
+        {"DriverLog", "0"},
         {"OutputDPI", "203"},
     };
 }

@@ -35,7 +35,7 @@ std::vector<std::string> ServiceArgs(const RfidServiceOptions& options, const st
 }  // namespace
 
 RfidService::RfidService(const std::string& binary, const RfidServiceOptions& options)
-    : m_process(new Subprocess(binary, ServiceArgs(options, m_dir.File(kRequestLog)), true))
+        : m_process(new Subprocess(binary, ServiceArgs(options, m_dir.File(kRequestLog)), true))
 {
     m_ready = m_process->ReadLine() == kReadyLine;
 }

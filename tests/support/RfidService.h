@@ -20,11 +20,11 @@ constexpr key_t kRfidQueueKey = 0x12345678;
 
 // How the service answers; each field is one of its command-line options.
 struct RfidServiceOptions {
-    std::string reply;            // data template; empty keeps the service's own
-    std::string get = "ok";       // "ok", "error" (answers "MSG_ERRIR/") or "silent"
-    std::string remove = "ok";    // "ok" (answers "MSG_OK/") or "error"
-    int failAfter = -1;           // data answers before every data request
-                                  // is answered "MSG_ERRIR/"; below 0: none
+    std::string reply;          // data template; empty keeps the service's own
+    std::string get = "ok";     // "ok", "error" (answers "MSG_ERRIR/") or "silent"
+    std::string remove = "ok";  // "ok" (answers "MSG_OK/") or "error"
+    int failAfter = -1;         // data answers before every data request
+                                // is answered "MSG_ERRIR/"; below 0: none
 };
 
 class RfidService {

@@ -11,9 +11,9 @@
 namespace kvtool {
 
 struct CommandResult {
-    int status = -1;   // exit status; -1 when a signal ended the program or it could not start
-    std::string out;   // standard output
-    std::string err;   // standard error
+    int status = -1;  // exit status; -1 when a signal ended the program or it could not start
+    std::string out;  // standard output
+    std::string err;  // standard error
 };
 
 // Runs argv[0] (searched in PATH) with argv[1..]; `input` is its standard

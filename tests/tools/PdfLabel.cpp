@@ -53,8 +53,8 @@ std::string PdfLabel(double width, double height, const std::vector<PdfRect>& re
 {
     std::string content = "0 g\n";
     for (const PdfRect& r : rects)
-        content += Num(r.x) + " " + Num(height - r.top - r.height) + " " + Num(r.width) + " " + Num(r.height) +
-                   " re f\n";
+        content +=
+            Num(r.x) + " " + Num(height - r.top - r.height) + " " + Num(r.width) + " " + Num(r.height) + " re f\n";
     return PdfFile({
         "<< /Type /Catalog /Pages 2 0 R >>",
         "<< /Type /Pages /Kids [3 0 R] /Count 1 >>",

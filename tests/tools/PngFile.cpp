@@ -62,7 +62,8 @@ void PutChunk(std::string& out, const std::string& type, const std::string& data
 // Inflates a zlib stream made of stored blocks only; false on anything else.
 bool InflateStored(const std::string& z, std::string& raw, std::string& error)
 {
-    if (z.size() < 6 || (std::uint8_t(z[0]) & 0x0f) != 8 || ((std::uint8_t(z[0]) << 8) | std::uint8_t(z[1])) % 31 != 0) {
+    if (z.size() < 6 || (std::uint8_t(z[0]) & 0x0f) != 8 ||
+        ((std::uint8_t(z[0]) << 8) | std::uint8_t(z[1])) % 31 != 0) {
         error = "bad zlib header";
         return false;
     }

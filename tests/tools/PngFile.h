@@ -17,9 +17,9 @@ struct PngImage {
     std::uint32_t height = 0;
     int bitDepth = 0;
     int colourType = -1;
-    std::map<std::string, std::string> texts;      // tEXt chunks
-    std::vector<std::string> chunkTypes;           // in file order
-    std::vector<std::vector<std::uint8_t>> rows;   // scanlines without their filter byte
+    std::map<std::string, std::string> texts;     // tEXt chunks
+    std::vector<std::string> chunkTypes;          // in file order
+    std::vector<std::vector<std::uint8_t>> rows;  // scanlines without their filter byte
 
     // True for a black dot of a 1-bit image (bit 0); false outside it.
     bool IsBlack(std::uint32_t x, std::uint32_t y) const;

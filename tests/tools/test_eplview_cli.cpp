@@ -16,26 +16,25 @@ const std::string kEplview = KV_EPLVIEW_BINARY;
 
 // The start of a typical job and one page printed twice; its graphic is
 // one all-black byte.
-const std::string kTypicalJob =
-    "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq639\r\nQ400,24\r\n"
-    "N\r\nGW0,0,1,1,\r\n" + std::string(1, '\0') + "\r\nP2\r\n";
+const std::string kTypicalJob = "N\r\nI8,E\r\nWN\r\nZB\r\nS4\r\nD10\r\nO\r\nJF\r\nq639\r\nQ400,24\r\n"
+                                "N\r\nGW0,0,1,1,\r\n" +
+                                std::string(1, '\0') + "\r\nP2\r\n";
 
-const std::string kTypicalSummary =
-    "set-up:\n"
-    "  character set: 8,E\n"
-    "  windows mode: off\n"
-    "  print direction: from bottom\n"
-    "  speed: 4\n"
-    "  density: 10\n"
-    "  label width: 639 dots\n"
-    "  label length: 400 dots\n"
-    "  gap: 24 dots\n"
-    "  options: none\n"
-    "  cutter: off\n"
-    "  back-feed: on\n"
-    "  cut position: not set (printer setting)\n"
-    "labels: 1\n"
-    "  label 1: 639 x 400 dots, 2 copies, no cut, 1 graphic, 0 lines\n";
+const std::string kTypicalSummary = "set-up:\n"
+                                    "  character set: 8,E\n"
+                                    "  windows mode: off\n"
+                                    "  print direction: from bottom\n"
+                                    "  speed: 4\n"
+                                    "  density: 10\n"
+                                    "  label width: 639 dots\n"
+                                    "  label length: 400 dots\n"
+                                    "  gap: 24 dots\n"
+                                    "  options: none\n"
+                                    "  cutter: off\n"
+                                    "  back-feed: on\n"
+                                    "  cut position: not set (printer setting)\n"
+                                    "labels: 1\n"
+                                    "  label 1: 639 x 400 dots, 2 copies, no cut, 1 graphic, 0 lines\n";
 
 TEST(EplviewProgram, SummarisesTheSetUpAndTheLabels)
 {
@@ -64,22 +63,21 @@ TEST(EplviewProgram, DashReadsStandardInput)
 TEST(EplviewProgram, ReportsSettingsTheStreamLeavesToThePrinter)
 {
     kvtool::CommandResult r = kvtool::RunCommand({kEplview, "-n"}, "N\r\nP1\r\n");
-    EXPECT_EQ(r.out,
-              "set-up:\n"
-              "  character set: not set (printer setting)\n"
-              "  windows mode: not set (printer setting)\n"
-              "  print direction: not set (printer setting)\n"
-              "  speed: not set (printer setting)\n"
-              "  density: not set (printer setting)\n"
-              "  label width: not set (printer setting)\n"
-              "  label length: not set (printer setting)\n"
-              "  gap: not set (printer setting)\n"
-              "  options: not set (printer setting)\n"
-              "  cutter: not set (printer setting)\n"
-              "  back-feed: not set (printer setting)\n"
-              "  cut position: not set (printer setting)\n"
-              "labels: 1\n"
-              "  label 1: 1 x 1 dots, 1 copy, no cut, 0 graphics, 0 lines\n");
+    EXPECT_EQ(r.out, "set-up:\n"
+                     "  character set: not set (printer setting)\n"
+                     "  windows mode: not set (printer setting)\n"
+                     "  print direction: not set (printer setting)\n"
+                     "  speed: not set (printer setting)\n"
+                     "  density: not set (printer setting)\n"
+                     "  label width: not set (printer setting)\n"
+                     "  label length: not set (printer setting)\n"
+                     "  gap: not set (printer setting)\n"
+                     "  options: not set (printer setting)\n"
+                     "  cutter: not set (printer setting)\n"
+                     "  back-feed: not set (printer setting)\n"
+                     "  cut position: not set (printer setting)\n"
+                     "labels: 1\n"
+                     "  label 1: 1 x 1 dots, 1 copy, no cut, 0 graphics, 0 lines\n");
 }
 
 TEST(EplviewProgram, SummaryNamesTheCutterAndOptions)
@@ -105,7 +103,8 @@ TEST(EplviewProgram, SummaryNamesABlackMarkAndItsOffset)
 
 TEST(EplviewProgram, SummaryListsCommandsNotDrawn)
 {
-    kvtool::CommandResult r = kvtool::RunCommand({kEplview, "-n"}, "A1,1,0,1,1,1,N,\"X\"\r\nB1,1,0,1,2,2,50,N,\"1\"\r\n");
+    kvtool::CommandResult r =
+        kvtool::RunCommand({kEplview, "-n"}, "A1,1,0,1,1,1,N,\"X\"\r\nB1,1,0,1,2,2,50,N,\"1\"\r\n");
     EXPECT_NE(r.out.find("not drawn: A (1) B (1)\n"), std::string::npos);
 }
 
@@ -123,9 +122,9 @@ TEST(EplviewProgram, SummaryNamesEachImage)
 {
     kvtest::TempDir dir;
     kvtool::CommandResult r = kvtool::RunCommand({kEplview, "-o", dir.File("pre")}, "N\r\nP1\r\n");
-    EXPECT_NE(r.out.find("  label 1: 1 x 1 dots, 1 copy, no cut, 0 graphics, 0 lines -> " + dir.File("pre-1.png") +
-                         "\n"),
-              std::string::npos);
+    EXPECT_NE(
+        r.out.find("  label 1: 1 x 1 dots, 1 copy, no cut, 0 graphics, 0 lines -> " + dir.File("pre-1.png") + "\n"),
+        std::string::npos);
 }
 
 TEST(EplviewProgram, ImagesAreNamedLabelInTheWorkingFolderByDefault)

@@ -238,8 +238,9 @@ TEST(ShippedPpd, ResolutionChoiceTextsSayWhatEachIsFor)
 {
     Ppd low(kPpdDir + "/kivcp-epl2-203dpi-4in.ppd");
     ASSERT_NE(low.get(), nullptr);
-    EXPECT_EQ(ChoiceTexts(ppdFindOption(low.get(), "Resolution")),
-              (std::vector<std::string>{"203 dpi: fastest", "406 dpi: sharper barcodes", "609 dpi: sharpest barcodes"}));
+    EXPECT_EQ(
+        ChoiceTexts(ppdFindOption(low.get(), "Resolution")),
+        (std::vector<std::string>{"203 dpi: fastest", "406 dpi: sharper barcodes", "609 dpi: sharpest barcodes"}));
     Ppd high(kPpdDir + "/kivcp-epl2-300dpi-2in.ppd");
     ASSERT_NE(high.get(), nullptr);
     EXPECT_EQ(ChoiceTexts(ppdFindOption(high.get(), "Resolution")),

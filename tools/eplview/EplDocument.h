@@ -59,10 +59,10 @@ struct Setup {
 
 // One "P" command: the image buffer as it was printed.
 struct Label {
-    long width = 0;    // dots across
-    long length = 0;   // dots along the feed
-    long sets = 1;     // P first value
-    long copies = 1;   // P second value (copies of each label), 1 when absent
+    long width = 0;                          // dots across
+    long length = 0;                         // dots along the feed
+    long sets = 1;                           // P first value
+    long copies = 1;                         // P second value (copies of each label), 1 when absent
     std::optional<HardwareOptions> options;  // options in force at print time
     std::vector<Graphic> graphics;
     std::vector<Box> boxes;
@@ -71,8 +71,8 @@ struct Label {
 struct Document {
     Setup setup;
     std::vector<Label> labels;
-    std::vector<std::string> notes;           // things eplview tolerated, with their byte offsets
-    std::map<std::string, int> undrawn;       // commands eplview does not draw, by name
+    std::vector<std::string> notes;      // things eplview tolerated, with their byte offsets
+    std::map<std::string, int> undrawn;  // commands eplview does not draw, by name
 };
 
 struct ParseError {

@@ -42,10 +42,9 @@ void DrawGraphic(LabelBitmap& bmp, const Graphic& g)
 }  // namespace
 
 LabelBitmap::LabelBitmap(long width, long height)
-    : m_width(std::max(1L, width)),
-      m_height(std::max(1L, height)),
-      m_rowBytes((m_width + kBitsPerByte - 1) / kBitsPerByte),
-      m_bits(static_cast<std::size_t>(m_rowBytes * m_height), kAllWhite)
+        : m_width(std::max(1L, width)), m_height(std::max(1L, height)),
+          m_rowBytes((m_width + kBitsPerByte - 1) / kBitsPerByte),
+          m_bits(static_cast<std::size_t>(m_rowBytes * m_height), kAllWhite)
 {
 }
 
@@ -61,7 +60,8 @@ bool LabelBitmap::IsBlack(long x, long y) const
 {
     if (x < 0 || y < 0 || x >= m_width || y >= m_height)
         return false;
-    return (m_bits[static_cast<std::size_t>(y * m_rowBytes + x / kBitsPerByte)] & (kLeftmostBit >> (x % kBitsPerByte))) == 0;
+    return (m_bits[static_cast<std::size_t>(y * m_rowBytes + x / kBitsPerByte)] &
+            (kLeftmostBit >> (x % kBitsPerByte))) == 0;
 }
 
 LabelBitmap RenderLabel(const Label& label)

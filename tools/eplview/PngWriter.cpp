@@ -14,8 +14,8 @@ constexpr std::size_t kIdatChunk = 1u << 20;           // IDAT chunks of 1 MiB k
 constexpr char kSignature[] = "\x89PNG\r\n\x1a\n";
 constexpr std::size_t kSignatureLength = 8;
 constexpr std::uint8_t kBitDepth = 1;
-constexpr std::uint8_t kGreyscale = 0;     // colour type 0
-constexpr std::uint8_t kNoFilter = 0;      // filter type of every row
+constexpr std::uint8_t kGreyscale = 0;       // colour type 0
+constexpr std::uint8_t kNoFilter = 0;        // filter type of every row
 constexpr std::uint8_t kZlibDeflate = 0x78;  // method 8, 32 KiB window
 constexpr std::uint8_t kZlibCheck = 0x01;    // makes the header a multiple of 31, no dictionary
 

@@ -80,8 +80,7 @@ bool WriteFile(const std::string& path, const std::string& data)
 // Returns the tEXt entries of a label image: who made it and the copies.
 std::vector<std::pair<std::string, std::string>> ImageTexts(const eplview::Label& label)
 {
-    return {{"Software", "eplview"},
-            {"Copies", std::to_string(label.sets * label.copies)}};
+    return {{"Software", "eplview"}, {"Copies", std::to_string(label.sets * label.copies)}};
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ struct Group {
 
 // A label size: width across the print head and length along the feed.
 struct LabelSize {
-    double width;   // in inches or millimetres, as `metric` says
+    double width;  // in inches or millimetres, as `metric` says
     double length;
     bool metric;
 };
@@ -110,12 +110,11 @@ std::string SizeText(const LabelSize& s)
 std::vector<LabelSize> LabelSizes(const PpdModel& m)
 {
     static const std::vector<LabelSize> all = {
-        {1, 0.5, false},  {1.5, 1, false}, {2, 1, false},  {2, 2, false},  {2, 3, false},
-        {3, 1, false},    {3, 2, false},   {3, 3, false},  {4, 1, false},
-        {4, 2, false},    {4, 3, false},   {4, 4, false},  {4, 6, false},
-        {25, 13, true},   {38, 25, true},  {50, 25, true}, {50, 30, true}, {50, 50, true},
-        {57, 32, true},   {60, 40, true},  {75, 50, true}, {80, 50, true}, {100, 50, true},
-        {100, 75, true},  {100, 100, true}, {100, 150, true},
+        {1, 0.5, false},  {1.5, 1, false},  {2, 1, false},  {2, 2, false},  {2, 3, false},   {3, 1, false},
+        {3, 2, false},    {3, 3, false},    {4, 1, false},  {4, 2, false},  {4, 3, false},   {4, 4, false},
+        {4, 6, false},    {25, 13, true},   {38, 25, true}, {50, 25, true}, {50, 30, true},  {50, 50, true},
+        {57, 32, true},   {60, 40, true},   {75, 50, true}, {80, 50, true}, {100, 50, true}, {100, 75, true},
+        {100, 100, true}, {100, 150, true},
     };
     std::vector<LabelSize> fit;
     for (const LabelSize& s : all) {
@@ -184,7 +183,8 @@ UiOption DensityOption()
 // Returns the speed option: the printer's own setting or EPL levels.
 UiOption SpeedOption()
 {
-    UiOption o{"PrintSpeed", "Print Speed", "PrinterDefault", {{"PrinterDefault", "Printer default", Int(kPrinterDefault)}}};
+    UiOption o{
+        "PrintSpeed", "Print Speed", "PrinterDefault", {{"PrinterDefault", "Printer default", Int(kPrinterDefault)}}};
     constexpr int kSlowest = 1;
     constexpr int kFastest = 6;  // the EPL "S" levels of common models
     for (int s = kSlowest; s <= kFastest; ++s) {
@@ -202,7 +202,9 @@ UiOption SpeedOption()
 // 11 (no output) are left out on purpose.
 UiOption HalftoneOption()
 {
-    return {"Halftone", "Halftoning", "Threshold",
+    return {"Halftone",
+            "Halftoning",
+            "Threshold",
             {{"Threshold", "Fixed threshold (crisp barcodes and text)", Int(kvimg::kFixedThreshold)},
              {"ErrorDiffusion", "Error diffusion (photos)", Int(kvimg::kDiffuseFour)},
              {"Ordered16", "Ordered dither, 16 x 16 screen", Int(kvimg::kScreen16)},
@@ -319,15 +321,21 @@ Group GeneralGroup()
 {
     Group g{"General", "General", {}};
     // Page sizes are written separately (they need PageRegion and friends).
-    g.options.push_back({"MediaType", "Media Type", "Gap",
+    g.options.push_back({"MediaType",
+                         "Media Type",
+                         "Gap",
                          {{"Gap", "Gap", Int(MediaType::kGap)},
                           {"BlackMark", "Black mark", Int(MediaType::kBlackMark)},
                           {"Continuous", "Continuous", Int(MediaType::kContinuous)}}});
-    g.options.push_back({"PrintMethod", "Print Method", "DirectThermal",
+    g.options.push_back({"PrintMethod",
+                         "Print Method",
+                         "DirectThermal",
                          {{"DirectThermal", "Direct thermal (no ribbon)", Int(PrintMethod::kDirectThermal)},
                           {"ThermalTransfer", "Thermal transfer (ribbon)", Int(PrintMethod::kThermalTransfer)}}});
     // "Mode" 4 hands the cut to "CutMethod", whose choices are all 1..4.
-    g.options.push_back({"Mode", "After Printing", "TearOff",
+    g.options.push_back({"Mode",
+                         "After Printing",
+                         "TearOff",
                          {{"TearOff", "Tear off", Int(AfterPrint::kTearOff)},
                           {"TearOffNoBackfeed", "Tear off, no back-feed", Int(AfterPrint::kTearOffNoBackFeed)},
                           {"PeelOff", "Peel off", Int(AfterPrint::kPeelOff)},
@@ -346,11 +354,15 @@ Group MediaGroup(const PpdModel& m)
     g.options.push_back({"GAPOffset", "Gap or Mark Offset", "0mm", DecimalMm({0, 0.5, 1, 1.5, 2, 3, 4, 5})});
     g.options.push_back({"StartOffsetValue", "Extra Length Before", "0mm", WholeMm({0, 1, 2, 3, 4, 5, 10})});
     g.options.push_back({"EndOffsetValue", "Extra Length After", "0mm", WholeMm({0, 1, 2, 3, 4, 5, 10})});
-    g.options.push_back({"PrintMode", "Page Cropping", "Off",
+    g.options.push_back({"PrintMode",
+                         "Page Cropping",
+                         "Off",
                          {{"Off", "Off (label size from the page)", Int(PrintMode::kLabelFromPage)},
                           {"CropToContent", "Crop to the printed content", Int(PrintMode::kCropToContent)}}});
     g.options.push_back(OffOn("SavePaper", "Save Paper", "On (label length follows each page)"));
-    g.options.push_back({"FixedHeight", "Per-Page Label Length", "FromContent",
+    g.options.push_back({"FixedHeight",
+                         "Per-Page Label Length",
+                         "FromContent",
                          {{"FromContent", "From the content", Int(FixedHeight::kFromContent)},
                           SheetLength(kA4LengthMm, FixedHeight::kA4),
                           SheetLength(kA5LengthMm, FixedHeight::kA5),
@@ -364,7 +376,9 @@ Group MediaGroup(const PpdModel& m)
 Group CutterGroup(const PpdModel& m)
 {
     Group g{"Cutter", "Cutter", {}};
-    g.options.push_back({"CutMethod", "Cut", "EachLabel",
+    g.options.push_back({"CutMethod",
+                         "Cut",
+                         "EachLabel",
                          {{"EachLabel", "After every label", Int(CutMethod::kEachLabel)},
                           {"EndOfJob", "At the end of the job", Int(CutMethod::kEndOfJob)},
                           {"EveryNPages", "Every N pages (Cut Interval)", Int(CutMethod::kEveryInterval)},
@@ -382,20 +396,28 @@ Group PositionGroup()
 {
     static const std::vector<double> kShifts = {0, 0.5, 1, 1.5, 2, 2.5, 3, 4, 5, 6, 8, 10};
     Group g{"Position", "Image Position", {}};
-    g.options.push_back({"horizontalOffset", "Horizontal Shift Direction", "Right",
-                         {{"Right", "Right", Int(ShiftDirection::kRightOrDown)},
-                          {"Left", "Left", Int(ShiftDirection::kLeftOrUp)}}});
+    g.options.push_back(
+        {"horizontalOffset",
+         "Horizontal Shift Direction",
+         "Right",
+         {{"Right", "Right", Int(ShiftDirection::kRightOrDown)}, {"Left", "Left", Int(ShiftDirection::kLeftOrUp)}}});
     g.options.push_back({"HorizontalOffsetValue", "Horizontal Shift", "0mm", DecimalMm(kShifts)});
-    g.options.push_back({"verticalOffset", "Vertical Shift Direction", "Down",
-                         {{"Down", "Down", Int(ShiftDirection::kRightOrDown)},
-                          {"Up", "Up", Int(ShiftDirection::kLeftOrUp)}}});
+    g.options.push_back(
+        {"verticalOffset",
+         "Vertical Shift Direction",
+         "Down",
+         {{"Down", "Down", Int(ShiftDirection::kRightOrDown)}, {"Up", "Up", Int(ShiftDirection::kLeftOrUp)}}});
     g.options.push_back({"VerticalOffsetValue", "Vertical Shift", "0mm", DecimalMm(kShifts)});
-    g.options.push_back({"Rotation", "Rotation", "None",
+    g.options.push_back({"Rotation",
+                         "Rotation",
+                         "None",
                          {{"None", "None", Int(Rotation::kNoRotation)},
                           {"Left90", "90 degrees counter-clockwise", Int(Rotation::kLeft90)},
                           {"Turn180", "180 degrees", Int(Rotation::kTurn180)},
                           {"Right90", "90 degrees clockwise", Int(Rotation::kRight90)}}});
-    g.options.push_back({"AutoRotate", "Rotate Wide Pages", "Off",
+    g.options.push_back({"AutoRotate",
+                         "Rotate Wide Pages",
+                         "Off",
                          {{"Off", "Off", Int(AutoRotate::kNoAutoRotation)},
                           {"CounterClockwise", "Counter-clockwise", Int(AutoRotate::kCounterClockwise)},
                           {"Clockwise", "Clockwise", Int(AutoRotate::kClockwise)}}});

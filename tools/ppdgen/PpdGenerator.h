@@ -12,11 +12,11 @@ namespace kvppd {
 // One printer model: a generic EPL2 label printer of one resolution and one
 // print-head width.
 struct PpdModel {
-    std::string fileName;    // file name in ppd/, e.g. "kivcp-epl2-203dpi-4in.ppd"
-    std::string pcFileName;  // the 8.3 name that the PPD format asks for
-    int dpi;                 // printer resolution in dots per inch
-    int headInches;          // widest label the printer takes, in whole inches
-    int maxSupersampling;    // finest raster offered, as a multiple of dpi
+    std::string fileName;      // file name in ppd/, e.g. "kivcp-epl2-203dpi-4in.ppd"
+    std::string pcFileName;    // the 8.3 name that the PPD format asks for
+    int dpi;                   // printer resolution in dots per inch
+    int headInches;            // widest label the printer takes, in whole inches
+    int maxSupersampling;      // finest raster offered, as a multiple of dpi
     int defaultSupersampling;  // the raster asked for unless the job says otherwise
 };
 

@@ -104,10 +104,12 @@ Symbol Code128(const std::string& data, double xPt, double heightPt)
 Symbol Qr(const std::string& data, double modulePt)
 {
     Symbol s;
-    kvtool::CommandResult r = kvtool::RunCommand({"qrencode", "-t", "EPS", "-s", "1", "-m", "0", "-l", "M", "-o", "-", data});
+    kvtool::CommandResult r =
+        kvtool::RunCommand({"qrencode", "-t", "EPS", "-s", "1", "-m", "0", "-l", "M", "-o", "-", data});
     int modules = 0;
     std::size_t box = r.out.find("%%BoundingBox: 0 0 ");
-    if (r.status != 0 || box == std::string::npos || std::sscanf(r.out.c_str() + box, "%%%%BoundingBox: 0 0 %d", &modules) != 1) {
+    if (r.status != 0 || box == std::string::npos ||
+        std::sscanf(r.out.c_str() + box, "%%%%BoundingBox: 0 0 %d", &modules) != 1) {
         s.error = "qrencode failed on \"" + data + "\": " + r.err;
         return s;
     }

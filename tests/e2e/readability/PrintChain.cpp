@@ -36,8 +36,9 @@ kvtool::CommandResult Rasterize(const PrintSetup& setup, const std::string& pdf)
 // The driver's filter on the raster file, with the standard arguments.
 kvtool::CommandResult RunDriver(const PrintSetup& setup, const std::string& raster)
 {
-    std::string program = setup.driver == Driver::kThisFilter ? KV_FILTER_BINARY
-                                                               : std::string(KV_CUPS_SERVERBIN) + "/filter/rastertolabel";
+    std::string program = setup.driver == Driver::kThisFilter
+                              ? KV_FILTER_BINARY
+                              : std::string(KV_CUPS_SERVERBIN) + "/filter/rastertolabel";
     return kvtool::RunCommand({program, "1", "user", "labels", "1", OptionsArgument(setup.options), raster}, "",
                               {{"PPD", setup.ppd}});
 }

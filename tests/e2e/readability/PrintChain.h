@@ -17,7 +17,7 @@ enum class Driver {
 
 // One way of printing: a driver, its PPD and the job's choices.
 struct PrintSetup {
-    std::string heading;               // the name of its column in the tables
+    std::string heading;  // the name of its column in the tables
     Driver driver;
     std::string ppd;                   // path of the PPD
     std::vector<std::string> options;  // "keyword=choice", as given to lp -o
@@ -25,9 +25,9 @@ struct PrintSetup {
 
 // The labels of one printed job.
 struct PrintedJob {
-    std::string epl;                 // the printer's input
-    std::vector<std::string> images; // label images (PNG), in print order
-    std::string error;               // empty when every step succeeded
+    std::string epl;                  // the printer's input
+    std::vector<std::string> images;  // label images (PNG), in print order
+    std::string error;                // empty when every step succeeded
 };
 
 // Prints `pdf` with `setup`, keeping the intermediate files in `dir`.

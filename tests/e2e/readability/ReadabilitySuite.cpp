@@ -169,8 +169,8 @@ ThinSuiteResult RunThinSuite(int labels, std::uint32_t seed)
         result.error = set.error;
         if (!result.error.empty())
             break;
-        PrintSetup setup{v.printMode, Driver::kThisFilter, ShippedPpd(kLowPpd),
-                         {kShippedSize, "PrintMode=" + v.printMode}};
+        PrintSetup setup{
+            v.printMode, Driver::kThisFilter, ShippedPpd(kLowPpd), {kShippedSize, "PrintMode=" + v.printMode}};
         PrintedJob job = PrintPdf(setup, set.pdf, variantDir);
         result.error = job.error;
         ThinResult thin{v.label, v.printMode, CountRead(job, set.data), 0, labels};

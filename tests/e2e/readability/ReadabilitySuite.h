@@ -38,7 +38,7 @@ struct ThinResult {
     std::string label;      // what the label holds
     std::string printMode;  // the "PrintMode" choice
     int read = 0;
-    int upright = 0;        // labels printed without slant
+    int upright = 0;  // labels printed without slant
     int labels = 0;
 };
 

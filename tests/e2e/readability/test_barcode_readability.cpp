@@ -10,8 +10,8 @@
 
 namespace {
 
-using kvread::SymbolDesign;
 using kvread::Embedding;
+using kvread::SymbolDesign;
 using kvread::Symbology;
 
 // The suite's results, computed once for all tests of this program.
@@ -63,8 +63,14 @@ void ExpectAllRead(const kvread::SuiteResult& suite, std::size_t column, Keep ke
     EXPECT_GT(rows, 0);
 }
 
-bool IsCode128(const SymbolDesign& d) { return d.symbology == Symbology::kCode128; }
-bool IsVector(const SymbolDesign& d) { return d.embedding == Embedding::kVector; }
+bool IsCode128(const SymbolDesign& d)
+{
+    return d.symbology == Symbology::kCode128;
+}
+bool IsVector(const SymbolDesign& d)
+{
+    return d.embedding == Embedding::kVector;
+}
 
 TEST_F(BarcodeReadability, EveryVectorCode128WithBarsOfAtLeast0353MmScansAtTheDefaultResolution)
 {
@@ -93,7 +99,8 @@ TEST_F(BarcodeReadability, EveryPictureQrCodeWithModulesOfAtLeast05MmScansAtTheD
 TEST_F(BarcodeReadability, DefaultResolutionReadsAtLeastAsManyLabelsAsTheNativeOne)
 {
     auto all = [](const SymbolDesign&) { return true; };
-    EXPECT_GE(kvread::ReadInColumn(*s_suite, DefaultColumn(), all), kvread::ReadInColumn(*s_suite, NativeColumn(), all));
+    EXPECT_GE(kvread::ReadInColumn(*s_suite, DefaultColumn(), all),
+              kvread::ReadInColumn(*s_suite, NativeColumn(), all));
 }
 
 TEST_F(BarcodeReadability, DefaultResolutionReadsAtLeastAsManyLabelsAsTwiceTheNativeOne)

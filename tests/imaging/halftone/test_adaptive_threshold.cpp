@@ -41,15 +41,13 @@ std::vector<unsigned char> TwoBlocks100And200()
 }
 
 // Runs AdaptiveThreshold on a one-row image and returns the output bytes.
-std::vector<int> AdaptiveRow(const std::vector<unsigned char>& image, bool invert, int method,
-                             int block, int bias, float weight)
+std::vector<int> AdaptiveRow(const std::vector<unsigned char>& image, bool invert, int method, int block, int bias,
+                             float weight)
 {
     unsigned char* out = nullptr;
     int size = -1;
     const int w = static_cast<int>(image.size());
-    EXPECT_EQ(AdaptiveThreshold(image.data(), w, 1, w, &out, &size, invert, method, block, bias,
-                                weight),
-              1);
+    EXPECT_EQ(AdaptiveThreshold(image.data(), w, 1, w, &out, &size, invert, method, block, bias, weight), 1);
     Owned owner(out);
     EXPECT_NE(out, nullptr);
     if (out == nullptr) {
@@ -65,8 +63,7 @@ std::vector<int> LocalRow(std::vector<unsigned char>& image, bool invert)
     std::vector<unsigned char> out(image.size(), 0x5A);
     unsigned char* target = out.data();
     const unsigned w = static_cast<unsigned>(image.size());
-    EXPECT_EQ(bmp.AdThresholdImgLocal(w, 1, 0, w, image.data(), w, &target, nullptr, invert, false),
-              1);
+    EXPECT_EQ(bmp.AdThresholdImgLocal(w, 1, 0, w, image.data(), w, &target, nullptr, invert, false), 1);
     EXPECT_EQ(target, out.data());
     return std::vector<int>(out.begin(), out.end());
 }
@@ -92,10 +89,8 @@ TEST(Resample, TwoByTwoToFourByFourSamplesWithoutHalfPixelOffset)
     unsigned char* out = nullptr;
     ASSERT_EQ(Resample(src, 2, 2, 2, 4, 4, &out), 1);
     Owned owner(out);
-    EXPECT_EQ(Bytes(out, 16), (std::vector<int>{0, 50, 100, 100,
-                                                50, 100, 150, 150,
-                                                100, 150, 200, 200,
-                                                100, 150, 200, 200}));
+    EXPECT_EQ(Bytes(out, 16),
+              (std::vector<int>{0, 50, 100, 100, 50, 100, 150, 150, 100, 150, 200, 200, 100, 150, 200, 200}));
 }
 
 TEST(Resample, ValuesAreTruncatedNotRounded)
@@ -200,21 +195,18 @@ TEST(AdaptiveThreshold, BlockThresholdsAreSpreadBilinearlyFromBlockCorners)
 {
     // Local only (weight 0): block thresholds 99 and 199 spread as
     // 99 + 12.5 x over the first block, so only its first pixel reaches 100.
-    EXPECT_EQ(AdaptiveRow(TwoBlocks100And200(), false, 0, 8, 0, 0.0f),
-              Repeat(255, 1, Repeat(0, 7, Repeat(255, 8))));
+    EXPECT_EQ(AdaptiveRow(TwoBlocks100And200(), false, 0, 8, 0, 0.0f), Repeat(255, 1, Repeat(0, 7, Repeat(255, 8))));
 }
 
 TEST(AdaptiveThreshold, WeightBelowZeroCountsAsZero)
 {
-    EXPECT_EQ(AdaptiveRow(TwoBlocks100And200(), false, 0, 8, 0, -1.0f),
-              Repeat(255, 1, Repeat(0, 7, Repeat(255, 8))));
+    EXPECT_EQ(AdaptiveRow(TwoBlocks100And200(), false, 0, 8, 0, -1.0f), Repeat(255, 1, Repeat(0, 7, Repeat(255, 8))));
 }
 
 TEST(AdaptiveThreshold, WeightAboveOneCountsAsOne)
 {
     // Whole image only: (100 + 100 + 150) / 3 = 116 everywhere.
-    EXPECT_EQ(AdaptiveRow(TwoBlocks100And200(), false, 0, 8, 0, 5.0f),
-              Repeat(0, 8, Repeat(255, 8)));
+    EXPECT_EQ(AdaptiveRow(TwoBlocks100And200(), false, 0, 8, 0, 5.0f), Repeat(0, 8, Repeat(255, 8)));
 }
 
 TEST(AdaptiveThreshold, OutputRowsArePaddedToFourBytesAndSizeIsReported)
@@ -331,10 +323,8 @@ TEST(AdThresholdImgLocal, OutputUsesTheImageRowStride)
     std::vector<unsigned char> image = {100, 100, 7, 7, 100, 100, 7, 7};
     std::vector<unsigned char> out(8, 0x5A);
     unsigned char* target = out.data();
-    ASSERT_EQ(bmp.AdThresholdImgLocal(2, 2, 0, 4, image.data(), 8, &target, nullptr, false, false),
-              1);
-    EXPECT_EQ(std::vector<int>(out.begin(), out.end()),
-              (std::vector<int>{255, 255, 0x5A, 0x5A, 255, 255, 0x5A, 0x5A}));
+    ASSERT_EQ(bmp.AdThresholdImgLocal(2, 2, 0, 4, image.data(), 8, &target, nullptr, false, false), 1);
+    EXPECT_EQ(std::vector<int>(out.begin(), out.end()), (std::vector<int>{255, 255, 0x5A, 0x5A, 255, 255, 0x5A, 0x5A}));
 }
 
 TEST(AdThresholdImgLocal, MissingOutputBufferFails)
@@ -342,10 +332,8 @@ TEST(AdThresholdImgLocal, MissingOutputBufferFails)
     CBmpProcessing bmp;
     std::vector<unsigned char> image(4, 100);
     unsigned char* target = nullptr;
-    EXPECT_EQ(bmp.AdThresholdImgLocal(4, 1, 0, 4, image.data(), 4, &target, nullptr, false, false),
-              0);
-    EXPECT_EQ(bmp.AdThresholdImgLocal(4, 1, 0, 4, image.data(), 4, nullptr, nullptr, false, false),
-              0);
+    EXPECT_EQ(bmp.AdThresholdImgLocal(4, 1, 0, 4, image.data(), 4, &target, nullptr, false, false), 0);
+    EXPECT_EQ(bmp.AdThresholdImgLocal(4, 1, 0, 4, image.data(), 4, nullptr, nullptr, false, false), 0);
 }
 
 TEST(AdThresholdImgLocal, ImageSizeTooSmallForItsRowsFails)
@@ -354,8 +342,7 @@ TEST(AdThresholdImgLocal, ImageSizeTooSmallForItsRowsFails)
     std::vector<unsigned char> image(8, 100);
     std::vector<unsigned char> out(8, 0x5A);
     unsigned char* target = out.data();
-    EXPECT_EQ(bmp.AdThresholdImgLocal(4, 2, 0, 4, image.data(), 7, &target, nullptr, false, false),
-              0);
+    EXPECT_EQ(bmp.AdThresholdImgLocal(4, 2, 0, 4, image.data(), 7, &target, nullptr, false, false), 0);
     EXPECT_EQ(std::vector<int>(out.begin(), out.end()), Repeat(0x5A, 8));
 }
 

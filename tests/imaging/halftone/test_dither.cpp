@@ -10,12 +10,12 @@
 
 namespace {
 
-constexpr int S = 0x5A;   // sentinel for bytes a method must not write
+constexpr int S = 0x5A;  // sentinel for bytes a method must not write
 
 // One Dither call on a copy of `src`, into a destination of `dstSize`
 // sentinel bytes (default: the source's size). Returns the destination.
 std::vector<int> DitherOnce(int method, std::vector<unsigned char> src, unsigned height, unsigned width,
-                     unsigned stride, bool invert = false, size_t dstSize = 0)
+                            unsigned stride, bool invert = false, size_t dstSize = 0)
 {
     std::vector<unsigned char> dst(dstSize == 0 ? src.size() : dstSize, S);
     CBmpProcessing bmp;
@@ -83,8 +83,7 @@ TEST(DitherMethod2, ChangesTheCallersSource)
     std::vector<unsigned char> dst(8, S);
     CBmpProcessing bmp;
     ASSERT_EQ(bmp.Dither(2, src.data(), dst.data(), 2, 4, 4, 0, false), 1);
-    EXPECT_EQ(std::vector<int>(src.begin(), src.end()),
-              (std::vector<int>{100, 143, 51, 122, 110, 128, 186, 111}));
+    EXPECT_EQ(std::vector<int>(src.begin(), src.end()), (std::vector<int>{100, 143, 51, 122, 110, 128, 186, 111}));
 }
 
 TEST(DitherMethod2, GradientDiffusesToTheHandComputedPattern)
@@ -233,28 +232,25 @@ TEST(DitherMethod6, GradientDiffusesToTheHandComputedPattern)
     for (int y = 0; y < 3; ++y) {
         src.insert(src.end(), row.begin(), row.end());
     }
-    EXPECT_EQ(DitherOnce(6, src, 3, 5, 5),
-              (std::vector<int>{255, 255, 0, S, S, S, S, S, S, S, S, S, S, S, S}));
+    EXPECT_EQ(DitherOnce(6, src, 3, 5, 5), (std::vector<int>{255, 255, 0, S, S, S, S, S, S, S, S, S, S, S, S}));
 }
 
 TEST(DitherMethod6, Uniform255IsBlackInTheWrittenArea)
 {
     EXPECT_EQ(DitherOnce(6, Uniform(255, 25), 5, 5, 5),
-              (std::vector<int>{0, 0, 0, S, S, 0, 0, 0, S, S, 0, 0, 0, S, S,
-                                S, S, S, S, S, S, S, S, S, S}));
+              (std::vector<int>{0, 0, 0, S, S, 0, 0, 0, S, S, 0, 0, 0, S, S, S, S, S, S, S, S, S, S, S, S}));
 }
 
 TEST(DitherMethod6, UniformZeroIsWhiteInTheWrittenArea)
 {
     EXPECT_EQ(DitherOnce(6, Uniform(0, 25), 5, 5, 5),
-              (std::vector<int>{255, 255, 255, S, S, 255, 255, 255, S, S, 255, 255, 255, S, S,
-                                S, S, S, S, S, S, S, S, S, S}));
+              (std::vector<int>{255, 255, 255, S, S, 255, 255, 255, S, S, 255, 255, 255,
+                                S,   S,   S,   S, S, S,   S,   S,   S, S, S,   S}));
 }
 
 TEST(DitherMethod6, Uniform255GivesWhiteByteWhenInverted)
 {
-    EXPECT_EQ(DitherOnce(6, Uniform(255, 9), 3, 3, 3, true),
-              (std::vector<int>{255, S, S, S, S, S, S, S, S}));
+    EXPECT_EQ(DitherOnce(6, Uniform(255, 9), 3, 3, 3, true), (std::vector<int>{255, S, S, S, S, S, S, S, S}));
 }
 
 TEST(DitherMethod6, SpreadsPositiveErrorToTheRight)
@@ -283,24 +279,32 @@ struct TwelveShare {
     int share;
 };
 constexpr TwelveShare kSharesOf72[] = {
-    {1, 0, 13}, {2, 0, 6},
-    {-2, 1, 3}, {-1, 1, 6}, {0, 1, 13}, {1, 1, 6}, {2, 1, 13},
-    {-2, 2, 1}, {-1, 2, 3}, {0, 2, 6}, {1, 2, 3}, {2, 2, 1},
+    {1, 0, 13}, {2, 0, 6},  {-2, 1, 3}, {-1, 1, 6}, {0, 1, 13}, {1, 1, 6},
+    {2, 1, 13}, {-2, 2, 1}, {-1, 2, 3}, {0, 2, 6},  {1, 2, 3},  {2, 2, 1},
 };
 
 // Source bytes whose work value (v x 144 / 255 + 0.5) is the key.
 int SourceForWork(int work)
 {
     switch (work) {
-    case 59: return 104;
-    case 60: return 106;
-    case 66: return 116;
-    case 67: return 118;
-    case 69: return 122;
-    case 70: return 124;
-    case 71: return 125;
-    case 72: return 127;
-    default: return 177;   // work 100: black, e -44, spreads nothing
+    case 59:
+        return 104;
+    case 60:
+        return 106;
+    case 66:
+        return 116;
+    case 67:
+        return 118;
+    case 69:
+        return 122;
+    case 70:
+        return 124;
+    case 71:
+        return 125;
+    case 72:
+        return 127;
+    default:
+        return 177;  // work 100: black, e -44, spreads nothing
     }
 }
 
@@ -349,10 +353,9 @@ TEST(DitherMethod7, UniformGrey100IsWhiteWhereLevel6ExceedsTheEntry)
 TEST(DitherMethod7, VerticalGradientAgainstTheFirstFourScreenRows)
 {
     // Rows of 17, 68, 136, 204: levels 1, 4, 8, 12.
-    EXPECT_EQ(DitherOnce(7, Rows({{17, 17, 17, 17}, {68, 68, 68, 68}, {136, 136, 136, 136},
-                           {204, 204, 204, 204}}),
-                  4, 4, 4),
-              (std::vector<int>{0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 255, 0, 255, 0, 255, 255}));
+    EXPECT_EQ(
+        DitherOnce(7, Rows({{17, 17, 17, 17}, {68, 68, 68, 68}, {136, 136, 136, 136}, {204, 204, 204, 204}}), 4, 4, 4),
+        (std::vector<int>{0, 0, 0, 255, 0, 0, 0, 255, 0, 0, 255, 0, 255, 0, 255, 255}));
 }
 
 TEST(DitherMethod7, Source255IsWhiteEvenAboveEntry15)
@@ -485,16 +488,14 @@ TEST(DitherAddressing, Methods7To10ReadSourceRowsAtTheStride)
     // Row 1 of the source starts at byte 4; the padding bytes are white.
     const auto src = Rows({{0, 0, 255, 255}, {0, 0, 255, 255}});
     for (int method = 7; method <= 10; ++method) {
-        EXPECT_EQ(DitherOnce(method, src, 2, 2, 4), (std::vector<int>{0, 0, 0, 0, S, S, S, S}))
-            << "method " << method;
+        EXPECT_EQ(DitherOnce(method, src, 2, 2, 4), (std::vector<int>{0, 0, 0, 0, S, S, S, S})) << "method " << method;
     }
 }
 
 TEST(DitherAddressing, Methods1And2StopAtTheStrideWhenItIsShorterThanTheWidth)
 {
     for (int method = 1; method <= 2; ++method) {
-        EXPECT_EQ(DitherOnce(method, Uniform(0, 4), 2, 4, 2), (std::vector<int>{0, 0, 0, 0}))
-            << "method " << method;
+        EXPECT_EQ(DitherOnce(method, Uniform(0, 4), 2, 4, 2), (std::vector<int>{0, 0, 0, 0})) << "method " << method;
     }
 }
 
@@ -512,12 +513,10 @@ TEST(DitherAddressing, Methods7To9StopAtTheStrideWhenItIsShorterThanTheWidth)
 TEST(DitherRefusals, MethodsThatWouldLeaveTheBuffersSkipAStrideShorterThanTheWidth)
 {
     for (int method : {3, 4, 5, 10}) {
-        EXPECT_EQ(DitherOnce(method, Uniform(0, 4), 2, 4, 2), std::vector<int>(4, S))
-            << "method " << method;
+        EXPECT_EQ(DitherOnce(method, Uniform(0, 4), 2, 4, 2), std::vector<int>(4, S)) << "method " << method;
     }
     for (int method = 7; method <= 9; ++method) {
-        EXPECT_EQ(DitherOnce(method, Uniform(0, 4), 2, 4, 2), std::vector<int>(4, S))
-            << "method " << method;
+        EXPECT_EQ(DitherOnce(method, Uniform(0, 4), 2, 4, 2), std::vector<int>(4, S)) << "method " << method;
     }
 }
 

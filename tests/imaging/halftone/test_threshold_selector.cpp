@@ -56,8 +56,7 @@ ThresholdCriteria CriteriaOf(const std::vector<unsigned char>& row)
     kvimg::GreyHistogram h;
     kvimg::BlockSpan span{0, static_cast<int64_t>(row.size()), 0, 1};
     kvimg::BuildGreyHistogram(row.data(), static_cast<int64_t>(row.size()), span, h);
-    return kvimg::EvaluateThresholdCriteria(h, kvimg::LowestOccupiedBin(h),
-                                            kvimg::HighestOccupiedBin(h));
+    return kvimg::EvaluateThresholdCriteria(h, kvimg::LowestOccupiedBin(h), kvimg::HighestOccupiedBin(h));
 }
 
 // Half 0 and half 255, the textbook tie case.

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "BmpProcessing.h"
+#include "MallocBuffer.h"
 
 namespace kvtest {
 
@@ -40,10 +41,7 @@ inline tagBITMAPINFOHEADER Header(int32_t width, int32_t height, uint16_t bitCou
 }
 
 // Owns a buffer that an operation allocated with malloc.
-struct MallocFree {
-    void operator()(unsigned char* p) const { std::free(p); }
-};
-using Owned = std::unique_ptr<unsigned char, MallocFree>;
+using Owned = kvimg::MallocBuffer;
 
 // Random pixel bytes where a good share of pixels is white, near-white
 // (every channel 246..255), black, or grey, so every branch is taken.

@@ -9,14 +9,12 @@
 
 #include "AdThreshold.h"
 #include "BmpProcessing.h"
+#include "MallocBuffer.h"
 
 namespace {
 
 // Owns a buffer that the code under test allocated with malloc or calloc.
-struct FreeDeleter {
-    void operator()(unsigned char* p) const { std::free(p); }
-};
-using Owned = std::unique_ptr<unsigned char, FreeDeleter>;
+using Owned = kvimg::MallocBuffer;
 
 // The first n bytes of a buffer.
 std::vector<int> Bytes(const unsigned char* p, size_t n)

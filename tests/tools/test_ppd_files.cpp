@@ -21,6 +21,7 @@
 #include "InitalizeOemCfg.h"
 #include "PpdGenerator.h"
 #include "PpdWriter.h"
+#include "RecordUnits.h"
 #include "TempDir.h"
 #include "TestFiles.h"
 
@@ -87,11 +88,7 @@ cups_page_header2_t RasterHeader(ppd_file_t* ppd, int& status)
     return header;
 }
 
-// Converts tenths of a millimetre to dots the way the filter does.
-int TenthsToDots(double tenths, int dpi)
-{
-    return static_cast<int>(tenths * 100.0 * dpi / 25400.0 + 0.5);
-}
+using kvunits::TenthsToDots;
 
 std::vector<std::string> ChoiceTexts(ppd_option_t* option)
 {

@@ -7,6 +7,7 @@
 #if defined(__GLIBC__)
 #include <malloc.h>
 #endif
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -416,6 +417,26 @@ uint64_t PageBytes(uint64_t stride, uint64_t rows)
 
 }  // namespace
 
+// Maps in the pages of a fresh block in one call instead of one fault per
+// page as the rows are first written: a held page is megabytes, and for a
+// one-label job its faults are a good part of the job's time. Kernels
+// without the call leave the block as it is.
+void PrefaultBlock(unsigned char* block, uint64_t size)
+{
+#ifdef MADV_POPULATE_WRITE
+    if (!block)
+        return;
+    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(block) + page - 1) / page * page;
+    const uintptr_t end = (reinterpret_cast<uintptr_t>(block) + size) / page * page;
+    if (end > first)
+        madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
+#else
+    (void)block;
+    (void)size;
+#endif
+}
+
 bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev, bool swap)
 {
     uint64_t stride = PageStride(header);
@@ -432,6 +453,7 @@ bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& heade
     const bool direct = lineBytes <= stride;
     const kvimg::MallocBuffer line = direct ? nullptr : kvimg::AllocateBlock(std::max<uint64_t>(lineBytes, 1));
     unsigned char* buffer = static_cast<unsigned char*>(malloc(std::max<uint64_t>(size, 1)));
+    PrefaultBlock(buffer, size);
     if ((!direct && !line) || !buffer) {
         free(buffer);
         return false;

@@ -15,7 +15,9 @@
 // - a one-label job of the shipping label as the spooler gives it to each
 //   driver: the filter on the 24-bit raster of the shipped 203 dpi PPD,
 //   CUPS's rastertolabel on the 1-bit raster of CUPS's sample EPL2 PPD
-//   (compiled with ppdc), wall time at most 1.5 times rastertolabel's.
+//   (compiled with ppdc), wall time at most 1.5 times rastertolabel's;
+//   once with /tmp as the machine has it and once with a private tmpfs on
+//   /tmp, where the driver log's forced writes cost nothing.
 //
 // It times real processes and is not part of the test suite; run it on an
 // otherwise idle machine. Exit status 2 when a target is missed.

@@ -6,7 +6,8 @@
 # benchmarks. cups-daemon and cups-client give the installation tests their
 # private scheduler (cupsd) and its clients (lp, lpadmin, lpinfo, lpstat,
 # cupstestppd). clang and libclang-rt-dev build the fuzzers (libFuzzer and
-# the sanitizer runtimes for clang); clang-format checks the code's format.
+# the sanitizer runtimes for clang); clang-format checks the code's format;
+# man-db and groff-base show and check the manual pages.
 # barcode, qrencode and zbar-tools make and scan the labels of the barcode
 # readability suite.
 set -eu
@@ -20,4 +21,5 @@ apt-get install -y -qq --no-install-recommends \
     cups-daemon cups-client \
     libbenchmark-dev \
     clang libclang-rt-dev clang-format \
+    man-db groff-base \
     barcode qrencode zbar-tools >/dev/null

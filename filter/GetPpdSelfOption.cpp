@@ -562,7 +562,16 @@ const char* GetOptionChoiceCode(const char* keyword, ppd_file_t* ppd)
 // Returns the code's leading decimal number, clamped to 32 bits; -1 without code.
 int32_t GetOptionChoiceIndex(const char* keyword, ppd_file_t* ppd)
 {
-    const char* code = GetOptionChoiceCode(keyword, ppd);
+    return ChoiceCodeIndex(GetOptionChoiceCode(keyword, ppd));
+}
+
+int32_t GetOptionChoiceIndex(const char* keyword, const ChoiceCodes& codes)
+{
+    return ChoiceCodeIndex(codes.Code(keyword));
+}
+
+int32_t ChoiceCodeIndex(const char* code)
+{
     if (code == nullptr)
         return -1;
     const long number = std::strtol(code, nullptr, kDecimalBase);
@@ -576,7 +585,16 @@ int32_t GetOptionChoiceIndex(const char* keyword, ppd_file_t* ppd)
 // Returns the code's leading number in single precision; -1.0 without code.
 float GetOptionChoiceIndexf(const char* keyword, ppd_file_t* ppd)
 {
-    const char* code = GetOptionChoiceCode(keyword, ppd);
+    return ChoiceCodeIndexf(GetOptionChoiceCode(keyword, ppd));
+}
+
+float GetOptionChoiceIndexf(const char* keyword, const ChoiceCodes& codes)
+{
+    return ChoiceCodeIndexf(codes.Code(keyword));
+}
+
+float ChoiceCodeIndexf(const char* code)
+{
     if (code == nullptr)
         return -1.0f;
     const double number = std::strtod(code, nullptr);

@@ -8,6 +8,8 @@
 
 #include <cups/ppd.h>
 
+#include "ChoiceCodes.h"
+
 // Returns the code text of the option's marked choice, or of its default
 // choice when none is marked; null when an argument is null, the option is
 // missing or its default choice does not exist. The text belongs to the PPD.
@@ -20,6 +22,14 @@ int32_t GetOptionChoiceIndex(const char* keyword, ppd_file_t* ppd);
 // Returns the option's code read as a floating-point number, narrowed to
 // single precision (beyond its range: infinity); -1.0 when there is no code.
 float GetOptionChoiceIndexf(const char* keyword, ppd_file_t* ppd);
+
+// The same two readings of the code that `codes` holds for the option.
+int32_t GetOptionChoiceIndex(const char* keyword, const ChoiceCodes& codes);
+float GetOptionChoiceIndexf(const char* keyword, const ChoiceCodes& codes);
+
+// The readings themselves, of a code text (null: no code, -1).
+int32_t ChoiceCodeIndex(const char* code);
+float ChoiceCodeIndexf(const char* code);
 
 // Returns 1 for space, tab, line feed, vertical tab, form feed and carriage
 // return, 0 for every other value (whatever the locale says).

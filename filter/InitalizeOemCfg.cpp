@@ -1,6 +1,8 @@
-// Builds the job's print configuration from the PPD's option choices, and
-// the device mode and page-device state from the first raster page header.
-// The number of every choice is its code text, not its name or position.
+// Builds the job's print configuration from the option choices (the PPD's
+// marked choices in the filter, the job's and printer's choices in the
+// printer application; see ChoiceCodes), and the device mode and
+// page-device state from the first raster page header. The number of every
+// choice is its code text, not its name or position.
 #include "InitalizeOemCfg.h"
 
 #include <cmath>
@@ -29,9 +31,9 @@ constexpr int64_t kLightCentre = 100, kLightScale = 2;
 constexpr int64_t kLevelsNeutral = 100, kLevelsDarkRange = 899, kLevelsLightRange = 99;
 
 // The option's integer choice code, or nothing when it has none.
-std::optional<int32_t> IntCode(const char* option, ppd_file_t* ppd)
+std::optional<int32_t> IntCode(const char* option, const ChoiceCodes& codes)
 {
-    int32_t code = GetOptionChoiceIndex(option, ppd);
+    int32_t code = GetOptionChoiceIndex(option, codes);
     if (code == kMissingCode)
         return std::nullopt;
     return code;
@@ -39,9 +41,9 @@ std::optional<int32_t> IntCode(const char* option, ppd_file_t* ppd)
 
 // The option's code in tenths (the code is read as a single-precision
 // number, multiplied by 10 and truncated toward zero), or nothing.
-std::optional<int64_t> TenthsCode(const char* option, ppd_file_t* ppd)
+std::optional<int64_t> TenthsCode(const char* option, const ChoiceCodes& codes)
 {
-    float code = GetOptionChoiceIndexf(option, ppd);
+    float code = GetOptionChoiceIndexf(option, codes);
     if (code == kMissingCodef)
         return std::nullopt;
     return static_cast<int64_t>(std::trunc(code * 10.0));
@@ -63,11 +65,11 @@ int32_t LevelsAdjFromCode(int32_t code)
     return static_cast<int32_t>(kLevelsNeutral - ((v - kLevelsNeutral) * kLevelsLightRange) / 100);
 }
 
-void InitMirror(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitMirror(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Mirror", ppd)) {
+    if (auto code = IntCode("Mirror", codes)) {
         cfg->sMirror = static_cast<int16_t>(*code);
         LOGFMTD("Init sMirror: %d", cfg->sMirror);
     }
@@ -76,72 +78,72 @@ void InitMirror(tagOEMCFG* cfg, ppd_file_t* ppd)
 // Rotation code -> (sRotation, sRotate90): 0 -> (0,0), 1 -> (1,1),
 // 2 -> (1,0), 3 -> (0,1); anything else, a missing option included, leaves
 // both 0. The line is logged in every case.
-void InitRotation(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitRotation(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    int16_t code = static_cast<int16_t>(GetOptionChoiceIndex("Rotation", ppd));
+    int16_t code = static_cast<int16_t>(GetOptionChoiceIndex("Rotation", codes));
     using kvcodes::Rotation;
     cfg->sRotation = (code == Rotation::kLeft90 || code == Rotation::kTurn180) ? 1 : 0;
     cfg->sRotate90 = (code == Rotation::kLeft90 || code == Rotation::kRight90) ? 1 : 0;
     LOGFMTD("Init sRotation: %d, sRotate90: %d", static_cast<int>(cfg->sRotation), cfg->sRotate90);
 }
 
-void InitNegativeFilm(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitNegativeFilm(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("NegativeFilm", ppd)) {
+    if (auto code = IntCode("NegativeFilm", codes)) {
         cfg->bNegative = *code;
         LOGFMTD("Init bNegative: %d", cfg->bNegative);
     }
 }
 
-void InitDensity(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitDensity(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Density", ppd)) {
+    if (auto code = IntCode("Density", codes)) {
         cfg->sDensity = *code;
         LOGFMTD("Init sDensity: %d", static_cast<int>(cfg->sDensity));
     }
 }
 
-void InitHorizontalOffset(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitHorizontalOffset(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("HorizontalOffset", ppd)) {
+    if (auto code = IntCode("HorizontalOffset", codes)) {
         cfg->sHrzDir = *code;
         LOGFMTD("Init sHrzDir: %d", static_cast<int>(cfg->sHrzDir));
     }
 }
 
-void InitHorizontalOffsetValue(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitHorizontalOffsetValue(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto tenths = TenthsCode("HorizontalOffsetValue", ppd)) {
+    if (auto tenths = TenthsCode("HorizontalOffsetValue", codes)) {
         cfg->sHrzOffset = *tenths;
         LOGFMTD("Init sHrzOffset: %d", static_cast<int>(cfg->sHrzOffset));
     }
 }
 
-void InitVerticalOffset(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitVerticalOffset(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("VerticalOffset", ppd)) {
+    if (auto code = IntCode("VerticalOffset", codes)) {
         cfg->sVtcDir = *code;
         LOGFMTD("Init sVtcDir: %d", static_cast<int>(cfg->sVtcDir));
     }
 }
 
-void InitVerticalOffsetValue(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitVerticalOffsetValue(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto tenths = TenthsCode("VerticalOffsetValue", ppd)) {
+    if (auto tenths = TenthsCode("VerticalOffsetValue", codes)) {
         cfg->sVtcOffset = *tenths;
         LOGFMTD("Init sVtcOffset: %d", static_cast<int>(cfg->sVtcOffset));
     }
@@ -149,175 +151,175 @@ void InitVerticalOffsetValue(tagOEMCFG* cfg, ppd_file_t* ppd)
 
 // Brightness and contrast are cleared first, so a missing option means "no
 // adjustment" even if the record held something.
-void InitBrightness(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitBrightness(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
     cfg->nBrightness = 0;
-    if (auto code = IntCode("Brightness", ppd)) {
+    if (auto code = IntCode("Brightness", codes)) {
         cfg->nBrightness = LightFromCode(*code);
         LOGFMTD("Init nBrightness: %d", cfg->nBrightness);
     }
 }
 
-void InitContrast(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitContrast(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
     cfg->nContrast = 0;
-    if (auto code = IntCode("Contrast", ppd)) {
+    if (auto code = IntCode("Contrast", codes)) {
         cfg->nContrast = LightFromCode(*code);
         LOGFMTD("Init nContrast: %d", cfg->nContrast);
     }
 }
 
-void InitLevels(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitLevels(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Levels", ppd)) {
+    if (auto code = IntCode("Levels", codes)) {
         cfg->nLevelsAdj = LevelsAdjFromCode(*code);
         LOGFMTD("Init nLevelsAdj: %d", cfg->nLevelsAdj);
     }
 }
 
-void InitHalftone(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitHalftone(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Halftone", ppd)) {
+    if (auto code = IntCode("Halftone", codes)) {
         cfg->sHalftoneMethod = static_cast<int16_t>(*code);
         LOGFMTD("Init sHalftoneMethod: %d", cfg->sHalftoneMethod);
     }
 }
 
-void InitPrintMethod(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitPrintMethod(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("PrintMethod", ppd)) {
+    if (auto code = IntCode("PrintMethod", codes)) {
         cfg->sPaperType = static_cast<int16_t>(*code);
         LOGFMTD("Init sPaperType: %d", cfg->sPaperType);
     }
 }
 
-void InitMediaType(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitMediaType(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("MediaType", ppd)) {
+    if (auto code = IntCode("MediaType", codes)) {
         cfg->sLabelType = static_cast<int16_t>(*code);
         LOGFMTD("Init sLabelType: %d", cfg->sLabelType);
     }
 }
 
-void InitGapOffset(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitGapOffset(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto tenths = TenthsCode("GAPOffset", ppd)) {
+    if (auto tenths = TenthsCode("GAPOffset", codes)) {
         cfg->GAPOffset = static_cast<int16_t>(*tenths);
         cfg->GAPOffset2 = cfg->GAPOffset;
         LOGFMTD("Init GAPOffset: %d", cfg->GAPOffset);
     }
 }
 
-void InitGapHeight(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitGapHeight(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto tenths = TenthsCode("GAPHeight", ppd)) {
+    if (auto tenths = TenthsCode("GAPHeight", codes)) {
         cfg->GAPHeight = static_cast<int16_t>(*tenths);
         cfg->GAPHeight2 = cfg->GAPHeight;
         LOGFMTD("Init GAPHeight: %d", cfg->GAPHeight);
     }
 }
 
-void InitMode(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitMode(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Mode", ppd)) {
+    if (auto code = IntCode("Mode", codes)) {
         cfg->dwOperationAfterPrn = static_cast<uint64_t>(static_cast<int64_t>(*code));
         LOGFMTD("Init dwOperationAfterPrn: %d", static_cast<int>(cfg->dwOperationAfterPrn));
     }
 }
 
-void InitCutMethod(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitCutMethod(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("CutMethod", ppd)) {
+    if (auto code = IntCode("CutMethod", codes)) {
         cfg->dwOperationModeAfterPrn = static_cast<uint64_t>(static_cast<int64_t>(*code));
         LOGFMTD("Init dwOperationModeAfterPrn: %d", static_cast<int>(cfg->dwOperationModeAfterPrn));
     }
 }
 
-void InitInterval(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitInterval(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Interval", ppd)) {
+    if (auto code = IntCode("Interval", codes)) {
         cfg->sIntervalValue = static_cast<int16_t>(*code);
         LOGFMTD("Init sIntervalValue: %d", cfg->sIntervalValue);
     }
 }
 
-void InitFeed(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitFeed(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("Feed", ppd)) {
+    if (auto code = IntCode("Feed", codes)) {
         cfg->sCutPosition = static_cast<int16_t>(*code);
         LOGFMTD("Init sCutPosition: %d", cfg->sCutPosition);
     }
 }
 
-void InitMaxOutputWidth(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitMaxOutputWidth(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("MaxOutputWidth", ppd)) {
+    if (auto code = IntCode("MaxOutputWidth", codes)) {
         cfg->sMaxOutputWidth = static_cast<int16_t>(*code);
         LOGFMTD("Init sMaxOutputWidth: %d", cfg->sMaxOutputWidth);
     }
 }
 
-void InitIsSolidToDashed(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitIsSolidToDashed(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("IsToDashed", ppd)) {
+    if (auto code = IntCode("IsToDashed", codes)) {
         cfg->sIsLineImaginary = static_cast<int16_t>(*code);
         LOGFMTD("Init sIsLineImaginary: %d", cfg->sIsLineImaginary);
     }
 }
 
-void InitSolidMinLength(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitSolidMinLength(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("MinLength", ppd)) {
+    if (auto code = IntCode("MinLength", codes)) {
         cfg->sMinImaginaryLineLen = static_cast<int16_t>(*code);
         LOGFMTD("Init sMinImaginaryLineLen: %d", cfg->sMinImaginaryLineLen);
     }
 }
 
-void InitIntervalBlack(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitIntervalBlack(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("IntervalBlack", ppd)) {
+    if (auto code = IntCode("IntervalBlack", codes)) {
         cfg->sBlackInterval = static_cast<int16_t>(*code);
         LOGFMTD("Init sBlackInterval: %d", cfg->sBlackInterval);
     }
 }
 
-void InitIntervalWhite(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitIntervalWhite(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("IntervalWhite", ppd)) {
+    if (auto code = IntCode("IntervalWhite", codes)) {
         cfg->sWhiteInterval = static_cast<int16_t>(*code);
         LOGFMTD("Init sWhiteInterval: %d", cfg->sWhiteInterval);
     }
@@ -325,11 +327,11 @@ void InitIntervalWhite(tagOEMCFG* cfg, ppd_file_t* ppd)
 
 // Paper saving logs under the same text as the print mode; the shared text
 // is kept so existing log readers keep matching.
-void InitSavePaper(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitSavePaper(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("SavePaper", ppd)) {
+    if (auto code = IntCode("SavePaper", codes)) {
         cfg->sSavePaper = static_cast<int16_t>(*code);
         LOGFMTD("Init sPaperMode: %d", cfg->sSavePaper);
     }
@@ -339,107 +341,112 @@ void InitSavePaper(tagOEMCFG* cfg, ppd_file_t* ppd)
 // raster header's resolution is the page's and does not enter here.
 void InitOutputDpi(tagOEMCFG* cfg, cups_page_header2_t* header)
 {
+    InitOutputDpi(cfg, header, ChoiceCodes(static_cast<ppd_file_t*>(nullptr)));
+}
+
+void InitOutputDpi(tagOEMCFG* cfg, cups_page_header2_t* header, const ChoiceCodes& codes)
+{
     if (!cfg || !header)
         return;
-    int16_t dpi = PpdOutputDpi();
+    int16_t dpi = codes.OutputDpi();
     cfg->sOutputXDPI = dpi;
     cfg->sOutputYDPI = dpi;
     LOGFMTD("Init sOutputXDPI: %d, sOutputYDPI: %d", cfg->sOutputXDPI, cfg->sOutputYDPI);
 }
 
-void InitPaperMode(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitPaperMode(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("PrintMode", ppd)) {
+    if (auto code = IntCode("PrintMode", codes)) {
         cfg->sPaperMode = static_cast<int16_t>(*code);
         LOGFMTD("Init sPaperMode: %d", cfg->sPaperMode);
     }
 }
 
-void InitPrintSpeed(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitPrintSpeed(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    if (auto code = IntCode("PrintSpeed", ppd)) {
+    if (auto code = IntCode("PrintSpeed", codes)) {
         cfg->sPrintSpeed = static_cast<int16_t>(*code);
         LOGFMTD("Init sPrintSpeed: %d", cfg->sPrintSpeed);
     }
 }
 
 // The last four options default to 0 and are always logged, found or not.
-void InitFixedHeight(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitFixedHeight(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    cfg->sFixedHeight = static_cast<int16_t>(IntCode("FixedHeight", ppd).value_or(0));
+    cfg->sFixedHeight = static_cast<int16_t>(IntCode("FixedHeight", codes).value_or(0));
     LOGFMTD("Init sFixedHeight: %d", cfg->sFixedHeight);
 }
 
-void InitAutoRotate90(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitAutoRotate90(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    cfg->sAutoRotate90 = static_cast<int16_t>(IntCode("AutoRotate", ppd).value_or(0));
+    cfg->sAutoRotate90 = static_cast<int16_t>(IntCode("AutoRotate", codes).value_or(0));
     LOGFMTD("Init sAutoRotate90: %d", cfg->sAutoRotate90);
 }
 
-void InitStartOffsetValue(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitStartOffsetValue(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    cfg->dwStartOffsetValue = static_cast<int16_t>(IntCode("StartOffsetValue", ppd).value_or(0));
+    cfg->dwStartOffsetValue = static_cast<int16_t>(IntCode("StartOffsetValue", codes).value_or(0));
     LOGFMTD("Init dwStartOffsetValue: %d", cfg->dwStartOffsetValue);
 }
 
-void InitEndOffsetValue(tagOEMCFG* cfg, ppd_file_t* ppd)
+void InitEndOffsetValue(tagOEMCFG* cfg, const ChoiceCodes& codes)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
-    cfg->dwEndOffsetValue = static_cast<int16_t>(IntCode("EndOffsetValue", ppd).value_or(0));
+    cfg->dwEndOffsetValue = static_cast<int16_t>(IntCode("EndOffsetValue", codes).value_or(0));
     LOGFMTD("Init dwEndOffsetValue: %d", cfg->dwEndOffsetValue);
 }
 
 // Gap offset is read before gap height although the members lie the other
 // way round; the order of the log lines follows the calls.
-void InitalizeOemCfg(tagOEMCFG* cfg, ppd_file_t* ppd, cups_page_header2_t* header)
+void InitalizeOemCfg(tagOEMCFG* cfg, const ChoiceCodes& codes, cups_page_header2_t* header)
 {
-    if (!cfg || !ppd)
+    if (!cfg || !codes.Valid())
         return;
     memset(cfg, 0, sizeof(*cfg));
-    InitMirror(cfg, ppd);
-    InitRotation(cfg, ppd);
-    InitNegativeFilm(cfg, ppd);
-    InitDensity(cfg, ppd);
-    InitHorizontalOffset(cfg, ppd);
-    InitHorizontalOffsetValue(cfg, ppd);
-    InitVerticalOffset(cfg, ppd);
-    InitVerticalOffsetValue(cfg, ppd);
-    InitBrightness(cfg, ppd);
-    InitContrast(cfg, ppd);
-    InitLevels(cfg, ppd);
-    InitHalftone(cfg, ppd);
-    InitPrintMethod(cfg, ppd);
-    InitMediaType(cfg, ppd);
-    InitGapOffset(cfg, ppd);
-    InitGapHeight(cfg, ppd);
-    InitMode(cfg, ppd);
-    InitCutMethod(cfg, ppd);
-    InitInterval(cfg, ppd);
-    InitFeed(cfg, ppd);
-    InitMaxOutputWidth(cfg, ppd);
-    InitIsSolidToDashed(cfg, ppd);
-    InitSolidMinLength(cfg, ppd);
-    InitIntervalBlack(cfg, ppd);
-    InitIntervalWhite(cfg, ppd);
-    InitSavePaper(cfg, ppd);
-    InitOutputDpi(cfg, header);
-    InitPaperMode(cfg, ppd);
-    InitPrintSpeed(cfg, ppd);
-    InitFixedHeight(cfg, ppd);
-    InitAutoRotate90(cfg, ppd);
-    InitStartOffsetValue(cfg, ppd);
-    InitEndOffsetValue(cfg, ppd);
+    InitMirror(cfg, codes);
+    InitRotation(cfg, codes);
+    InitNegativeFilm(cfg, codes);
+    InitDensity(cfg, codes);
+    InitHorizontalOffset(cfg, codes);
+    InitHorizontalOffsetValue(cfg, codes);
+    InitVerticalOffset(cfg, codes);
+    InitVerticalOffsetValue(cfg, codes);
+    InitBrightness(cfg, codes);
+    InitContrast(cfg, codes);
+    InitLevels(cfg, codes);
+    InitHalftone(cfg, codes);
+    InitPrintMethod(cfg, codes);
+    InitMediaType(cfg, codes);
+    InitGapOffset(cfg, codes);
+    InitGapHeight(cfg, codes);
+    InitMode(cfg, codes);
+    InitCutMethod(cfg, codes);
+    InitInterval(cfg, codes);
+    InitFeed(cfg, codes);
+    InitMaxOutputWidth(cfg, codes);
+    InitIsSolidToDashed(cfg, codes);
+    InitSolidMinLength(cfg, codes);
+    InitIntervalBlack(cfg, codes);
+    InitIntervalWhite(cfg, codes);
+    InitSavePaper(cfg, codes);
+    InitOutputDpi(cfg, header, codes);
+    InitPaperMode(cfg, codes);
+    InitPrintSpeed(cfg, codes);
+    InitFixedHeight(cfg, codes);
+    InitAutoRotate90(cfg, codes);
+    InitStartOffsetValue(cfg, codes);
+    InitEndOffsetValue(cfg, codes);
 }
 
 void InitDevmode(_DEVMODE* devMode, cups_page_header2_t* header)

@@ -110,6 +110,26 @@ TEST_F(RealSpooler, LpinfoListsTheFourDriverPpds)
         EXPECT_NE(r.out.find(line), std::string::npos) << line;
 }
 
+TEST_F(RealSpooler, LpinfoProposesOnlyTheDriverForTheGenericEpl2DeviceId)
+{
+    // lpinfo takes the device ID into account only when it comes before -m.
+    // CUPS adds its driverless choice to every device ID's list.
+    kvtool::CommandResult r =
+        m_cupsd->Client("lpinfo", {"--device-id", "MFG:Generic;MDL:EPL2 Label Printer;CMD:EPL2;", "-m"});
+    ASSERT_EQ(r.status, 0) << r.err;
+    EXPECT_EQ(r.out, "kivcp/kivcp-epl2-203dpi-2in.ppd KIVCP EPL2 2-inch 203 dpi, rastertokivcp 1.0\n"
+                     "kivcp/kivcp-epl2-300dpi-2in.ppd KIVCP EPL2 2-inch 300 dpi, rastertokivcp 1.0\n"
+                     "kivcp/kivcp-epl2-203dpi-4in.ppd KIVCP EPL2 4-inch 203 dpi, rastertokivcp 1.0\n"
+                     "kivcp/kivcp-epl2-300dpi-4in.ppd KIVCP EPL2 4-inch 300 dpi, rastertokivcp 1.0\n"
+                     "everywhere IPP Everywhere\n");
+}
+
+TEST_F(RealSpooler, LpinfoProposesNoDriverForAnotherCommandSet)
+{
+    kvtool::CommandResult r = m_cupsd->Client("lpinfo", {"--device-id", "MFG:Nobody;MDL:Nothing;CMD:XYZ;", "-m"});
+    EXPECT_EQ(r.out, "");
+}
+
 TEST_F(RealSpooler, QueueWithTheDriverIsReady)
 {
     AddQueue();

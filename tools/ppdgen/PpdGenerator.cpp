@@ -56,6 +56,10 @@ void WriteHeader(LineWriter& t, const PpdModel& m)
     t.Line("*PCFileName: \"" + m.pcFileName + "\"");
     t.Line("*Manufacturer: \"KIVCP\"");
     t.Line("*Product: \"(EPL2 Label Printer)\"");
+    // The IEEE 1284 device ID that printers report over USB and the network:
+    // CUPS proposes these PPDs ("lpinfo -m --device-id") to a printer whose
+    // ID names the EPL2 command set.
+    t.Line("*1284DeviceID: \"" + std::string(kDeviceId) + "\"");
     t.Line("*ModelName: \"" + model + "\"");
     t.Line("*ShortNickName: \"" + model + "\"");
     t.Line("*NickName: \"" + model + ", rastertokivcp 1.0\"");

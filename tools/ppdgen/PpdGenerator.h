@@ -20,6 +20,11 @@ struct PpdModel {
     int defaultSupersampling;  // the raster asked for unless the job says otherwise
 };
 
+// The IEEE 1284 device ID of a generic EPL2 label printer, which every PPD
+// carries (*1284DeviceID) so that CUPS proposes it for printers that report
+// the EPL2 command set.
+constexpr const char* kDeviceId = "MFG:Generic;MDL:EPL2 Label Printer;CMD:EPL2;";
+
 // The models the driver ships, in the order of their files.
 const std::vector<PpdModel>& PpdModels();
 

@@ -7,7 +7,8 @@
 # private scheduler (cupsd) and its clients (lp, lpadmin, lpinfo, lpstat,
 # cupstestppd). clang and libclang-rt-dev build the fuzzers (libFuzzer and
 # the sanitizer runtimes for clang); clang-format checks the code's format;
-# man-db and groff-base show and check the manual pages.
+# man-db and groff-base show and check the manual pages; dpkg-dev,
+# debhelper, fakeroot and lintian build and check the Debian package.
 # barcode, qrencode and zbar-tools make and scan the labels of the barcode
 # readability suite.
 set -eu
@@ -22,4 +23,5 @@ apt-get install -y -qq --no-install-recommends \
     libbenchmark-dev \
     clang libclang-rt-dev clang-format \
     man-db groff-base \
+    dpkg-dev debhelper fakeroot lintian \
     barcode qrencode zbar-tools >/dev/null

@@ -11,6 +11,11 @@ tools/install-deps.sh
 tools/check-format.sh
 cmake -S . -B build-tests -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKV_BUILD_TESTS=ON -DKV_WERROR=ON
 cmake --build build-tests -j"$(nproc)"
+# The Debian package, built from the tree; the suite installs, uses and
+# removes it (tests/install/test_package.cpp).
+tools/build-package.sh out/package
+KV_PACKAGE_DEB=$(ls "$PWD"/out/package/printer-driver-kivcp_*_*.deb | grep -v dbgsym | head -1)
+export KV_PACKAGE_DEB
 ctest --test-dir build-tests --output-on-failure -j"$(nproc)"
 
 cmake -S . -B build-asan -DCMAKE_BUILD_TYPE=RelWithDebInfo -DKV_BUILD_TESTS=ON -DKV_SANITIZE=ON -DKV_WERROR=ON

@@ -85,14 +85,16 @@ StagedInstall::StagedInstall()
     m_log = r.out + r.err;
 }
 
-PrivateCupsd::PrivateCupsd(const StagedInstall& install)
+PrivateCupsd::PrivateCupsd(const StagedInstall& install) : PrivateCupsd(install.Root()) {}
+
+PrivateCupsd::PrivateCupsd(const std::string& installRoot)
 {
     char pattern[] = "/tmp/kvcupsd.XXXXXX";
     if (!mkdtemp(pattern))
         return;
     m_folder = pattern;
     m_port = FreePort();
-    Layout(install);
+    Layout(installRoot);
     WriteConfiguration();
     std::string conf = m_folder + "/conf/cupsd.conf";
     std::string files = m_folder + "/conf/cups-files.conf";
@@ -113,7 +115,7 @@ PrivateCupsd::~PrivateCupsd()
     Stop();
 }
 
-void PrivateCupsd::Layout(const StagedInstall& install)
+void PrivateCupsd::Layout(const std::string& installRoot)
 {
     fs::path root = m_folder;
     for (const char* dir : {"conf", "bin/filter", "data", "spool/tmp", "cache", "state", "log", "out"})
@@ -122,9 +124,9 @@ void PrivateCupsd::Layout(const StagedInstall& install)
     // the places where an installed driver lives.
     LinkEntries(KV_CUPS_SERVERBIN, root / "bin", "filter");
     LinkEntries(std::string(KV_CUPS_SERVERBIN) + "/filter", root / "bin/filter", "rastertokivcp");
-    fs::create_symlink(install.Staged(KV_FILTER_INSTALL_DIR "/rastertokivcp"), root / "bin/filter/rastertokivcp");
+    fs::create_symlink(installRoot + KV_FILTER_INSTALL_DIR "/rastertokivcp", root / "bin/filter/rastertokivcp");
     LinkEntries(KV_CUPS_DATADIR, root / "data", "model");
-    fs::create_symlink(install.Staged(KV_CUPS_DATADIR "/model"), root / "data/model");
+    fs::create_symlink(installRoot + KV_CUPS_DATADIR "/model", root / "data/model");
     for (const char* dir : {"", "conf", "bin", "bin/filter", "data", "spool", "cache", "state", "log"})
         chmod((root / dir).c_str(), kReadable);
     chmod((root / "spool/tmp").c_str(), kSharedTemp);

@@ -37,6 +37,9 @@ private:
 class PrivateCupsd {
 public:
     explicit PrivateCupsd(const StagedInstall& install);
+    // The same for a driver installed under `root` ("/" for the system's
+    // own installation, as a package puts it).
+    explicit PrivateCupsd(const std::string& root);
     ~PrivateCupsd();
     PrivateCupsd(const PrivateCupsd&) = delete;
     PrivateCupsd& operator=(const PrivateCupsd&) = delete;
@@ -64,7 +67,7 @@ public:
     int Pid() const;
 
 private:
-    void Layout(const StagedInstall& install);
+    void Layout(const std::string& root);
     void WriteConfiguration();
     bool WaitUntilListening(int timeoutSeconds);
 

@@ -23,6 +23,7 @@
 #include "EPLRender.h"
 #include "FileLock.h"
 #include "GetPpdSelfOption.h"
+#include "HeldPage.h"
 #include "InitalizeOemCfg.h"
 #include "MallocBuffer.h"
 #include "PageLimits.h"
@@ -82,19 +83,6 @@ struct LoopResult {
     bool failed = false;
 };
 
-// Width, height and depth of a raster page.
-struct PageGeometry {
-    unsigned width;
-    unsigned height;
-    unsigned bitsPerPixel;
-
-    static PageGeometry Of(const cups_page_header2_t& h) { return {h.cupsWidth, h.cupsHeight, h.cupsBitsPerPixel}; }
-    bool operator==(const PageGeometry& o) const
-    {
-        return width == o.width && height == o.height && bitsPerPixel == o.bitsPerPixel;
-    }
-};
-
 // Removes the last job's log and starts the main logger on "/tmp/kvepl.log",
 // with the file created under umask 022 so other users can read it.
 void StartDriverLog()
@@ -108,13 +96,14 @@ void StartDriverLog()
     umask(oldMask);
 }
 
-// Makes a renderer for one call, pointed at the three job records.
-void AttachRecords(CEPLRender& render)
+// Makes a renderer for one call, pointed at the job's records and output.
+void AttachRecords(CEPLRender& render, const JobRecords& job)
 {
-    render.SetOemCfgPointer(&g_oemCfg);
-    render.SetDevModePointer(&g_devMode);
-    render.SetOemPdevPointer(&g_oemPDEV);
-    render.SetDeferredSwap(&g_heldSwap);
+    render.SetOemCfgPointer(job.cfg);
+    render.SetDevModePointer(job.devMode);
+    render.SetOemPdevPointer(job.pdev);
+    render.SetDeferredSwap(job.swap);
+    render.SetCommandSink(job.sink);
 }
 
 // Whether the page of `header` may be held with red and blue as the raster
@@ -132,28 +121,29 @@ bool SwapInRenderer(const cups_page_header2_t& header, const PageGeometry& first
 // Renders the held page; returns the renderer's result. A step that went
 // without memory is reported to the spooler: the page still goes on, but
 // its label may be incomplete.
-bool RenderHeldPage(bool lastPage, bool logOn)
+bool RenderHeldPage(const JobRecords& job, bool lastPage, bool logOn)
 {
     CEPLRender render;
-    AttachRecords(render);
+    AttachRecords(render, job);
     const bool rendered = render.TransCommand(lastPage, logOn);
     for (const char* step : render.MemoryShortfalls())
         PutSpoolerMessage(SpoolerLevel::kWarning, "Not enough memory for %s of page %u; the label may be incomplete",
-                          step, static_cast<unsigned>(g_oemPDEV.dwCurPageNum));
+                          step, static_cast<unsigned>(job.pdev->dwCurPageNum));
     return rendered;
 }
 
-// Builds the job records from the PPD and the first header and sends the
-// start of the document. The configuration is never rebuilt later.
-void SetUpJob(ppd_file_t* ppd, cups_page_header2_t* header)
+// Builds the job records from the job's choices and the first header and
+// sends the start of the document. The configuration is never rebuilt
+// later.
+void SetUpJob(const JobRecords& job, const ChoiceCodes& codes, cups_page_header2_t* header)
 {
     LOGFMTD("Begin to initialize configures");
-    InitalizeOemCfg(&g_oemCfg, ppd, header);
-    InitDevmode(&g_devMode, header);
-    InitOemPDEV(&g_oemPDEV, header);
+    InitalizeOemCfg(job.cfg, codes, header);
+    InitDevmode(job.devMode, header);
+    InitOemPDEV(job.pdev, header);
     LOGFMTD("Initializing configures finish");
     CEPLRender render;
-    AttachRecords(render);
+    AttachRecords(render, job);
     int result = render.StartDocCMD();
     LOGFMTD("The resault of StartDocCMD is %d", result);
 }
@@ -161,13 +151,13 @@ void SetUpJob(ppd_file_t* ppd, cups_page_header2_t* header)
 // Sends the page held from the previous header, if any, as a middle page.
 // Returns false when the renderer refused it; the buffer is then released
 // and the job must end.
-bool FlushHeldPage(bool logOn)
+bool FlushHeldPage(const JobRecords& job, bool logOn)
 {
-    if (g_oemPDEV.dwCurPageNum == 0 || !g_oemPDEV.pBufStart)
+    if (job.pdev->dwCurPageNum == 0 || !job.pdev->pBufStart)
         return true;
-    if (RenderHeldPage(false, logOn))
+    if (RenderHeldPage(job, false, logOn))
         return true;
-    ReleaseHeldPage(&g_oemPDEV);
+    ReleaseHeldPage(job.pdev);
     return false;
 }
 
@@ -205,10 +195,55 @@ void WarnOfOtherGeometry(const PageGeometry& first, const cups_page_header2_t& h
                       page, own.width, own.height, own.bitsPerPixel, first.width, first.height, first.bitsPerPixel);
 }
 
+}  // namespace
+
+JobRecords FilterJobRecords()
+{
+    return {&g_oemCfg, &g_devMode, &g_oemPDEV, &g_heldSwap, nullptr};
+}
+
+PageStart StartHeldPage(const JobRecords& job, const ChoiceCodes& codes, cups_page_header2_t* header, int page,
+                        const PageSetUp& setUp, PageGeometry& first, HeldPageFill& fill)
+{
+    StartPage(codes.Ppd(), header, page);
+    if (!PageWithinLimits(*header, page, setUp.outputDpi))
+        return PageStart::kRefused;
+    if (page == 1) {
+        first = PageGeometry::Of(*header);
+        SetUpJob(job, codes, header);
+    }
+    WarnOfOtherGeometry(first, *header, page);
+    LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(job.pdev->dwCurPageNum),
+            LogPointer32(job.pdev->pBufStart));
+    if (!FlushHeldPage(job, setUp.logOn))
+        return PageStart::kStop;
+    job.pdev->dwCurPageNum = static_cast<uint32_t>(page);
+    ReleaseHeldPage(job.pdev);
+    const bool deferSwap = SwapInRenderer(*header, first);
+    if (!fill.Begin(*header, job.pdev, !deferSwap)) {
+        PutSpoolerMessage(SpoolerLevel::kError, "Not enough memory for the buffer of page %d", page);
+        return PageStart::kNoMemory;
+    }
+    return PageStart::kReady;
+}
+
+void EndDocument(const JobRecords& job, bool logOn)
+{
+    LOGFMTD("EndDoc, bufStart is 0x%x", LogPointer32(job.pdev->pBufStart));
+    if (!job.pdev->pBufStart)
+        return;
+    RenderHeldPage(job, true, logOn);
+    ReleaseHeldPage(job.pdev);
+}
+
+namespace {
+
 // The page loop. A page beyond the limits or without a buffer ends the job
 // as failed; the page held before it is still sent, as the last page.
 LoopResult RunPageLoop(const JobContext& job)
 {
+    const JobRecords records = FilterJobRecords();
+    const PageSetUp setUp{job.outputDpi, job.logOn};
     cups_page_header2_t header;
     LoopResult result;
     PageGeometry first{};
@@ -218,28 +253,18 @@ LoopResult RunPageLoop(const JobContext& job)
             DiscardPage(job.ras, header);
             break;
         }
-        StartPage(job.ppd, &header, page);
-        if (!PageWithinLimits(header, page, job.outputDpi)) {
+        HeldPageFill fill;
+        const PageStart start = StartHeldPage(records, job.ppd, &header, page, setUp, first, fill);
+        if (start == PageStart::kRefused || start == PageStart::kNoMemory)
             result.failed = true;
+        if (start != PageStart::kReady)
             break;
+        for (uint64_t row = 0; row < header.cupsHeight; ++row) {
+            if (cupsRasterReadPixels(job.ras, fill.LineTarget(row), header.cupsBytesPerLine) == 0)
+                break;
+            fill.LineRead(row);
         }
-        if (page == 1) {
-            first = PageGeometry::Of(header);
-            SetUpJob(job.ppd, &header);
-        }
-        WarnOfOtherGeometry(first, header, page);
-        LOGFMTD("curPage is %d, bufStart is 0x%x", static_cast<int>(g_oemPDEV.dwCurPageNum),
-                LogPointer32(g_oemPDEV.pBufStart));
-        if (!FlushHeldPage(job.logOn))
-            break;
-        g_oemPDEV.dwCurPageNum = static_cast<uint32_t>(page);
-        ReleaseHeldPage(&g_oemPDEV);
-        const bool deferSwap = SwapInRenderer(header, first);
-        if (!ReadPageIntoHeldBuffer(job.ras, header, &g_oemPDEV, !deferSwap)) {
-            PutSpoolerMessage(SpoolerLevel::kError, "Not enough memory for the buffer of page %d", page);
-            result.failed = true;
-            break;
-        }
+        *records.swap = fill.End();
         if (Canceled == 1)
             break;
         PutKeptText(kPageDoneText);
@@ -247,16 +272,6 @@ LoopResult RunPageLoop(const JobContext& job)
             break;
     }
     return result;
-}
-
-// Sends the held page as the last page and releases it.
-void EndDocument(bool logOn)
-{
-    LOGFMTD("EndDoc, bufStart is 0x%x", LogPointer32(g_oemPDEV.pBufStart));
-    if (!g_oemPDEV.pBufStart)
-        return;
-    RenderHeldPage(true, logOn);
-    ReleaseHeldPage(&g_oemPDEV);
 }
 
 // Opens the raster source: the file argument, else standard input.
@@ -381,102 +396,29 @@ void StartPage(ppd_file_t* /*ppd*/, cups_page_header2_t* header, int page)
     LOGFMTD("cupsCompression = %d", static_cast<int>(h.cupsCompression));
 }
 
-uint64_t PageStride(const cups_page_header2_t& header)
-{
-    return ((uint64_t(header.cupsBitsPerPixel) * header.cupsWidth + 31) >> 5) * 4;
-}
-
-void SwapRedBlue(unsigned char* line, uint64_t lineBytes, uint64_t width)
-{
-    kvrender::SwapRedBlue(line, lineBytes, width);
-}
-
 void ReleaseHeldPage(_OEMPDEV* pdev)
 {
     free(pdev->pBufStart);
     pdev->pBufStart = nullptr;
 }
 
-namespace {
-
-// Bytes that the first page's geometry needs: later pages are read by the
-// renderer with it.
-uint64_t FirstPageBytes(const tagBITMAPINFOHEADER& first)
-{
-    uint64_t stride = ((uint64_t(first.biBitCount) * uint32_t(first.biWidth) + 31) >> 5) * 4;
-    return stride * uint32_t(first.biHeight);
-}
-
-// stride x rows, or 0 when the product does not fit the 32-bit size field.
-uint64_t PageBytes(uint64_t stride, uint64_t rows)
-{
-    if (stride != 0 && rows > UINT32_MAX / stride)
-        return 0;
-    return stride * rows;
-}
-
-}  // namespace
-
-// Maps in the pages of a fresh block in one call instead of one fault per
-// page as the rows are first written: a held page is megabytes, and for a
-// one-label job its faults are a good part of the job's time. Kernels
-// without the call leave the block as it is.
-void PrefaultBlock(unsigned char* block, uint64_t size)
-{
-#ifdef MADV_POPULATE_WRITE
-    if (!block)
-        return;
-    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
-    const uintptr_t first = (reinterpret_cast<uintptr_t>(block) + page - 1) / page * page;
-    const uintptr_t end = (reinterpret_cast<uintptr_t>(block) + size) / page * page;
-    if (end > first)
-        madvise(reinterpret_cast<void*>(first), end - first, MADV_POPULATE_WRITE);
-#else
-    (void)block;
-    (void)size;
-#endif
-}
-
 bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev, bool swap)
 {
-    uint64_t stride = PageStride(header);
-    uint64_t ownBytes = PageBytes(stride, header.cupsHeight);
-    if (ownBytes == 0 && stride != 0 && header.cupsHeight != 0)
+    return ReadPageIntoHeldBuffer(ras, header, pdev, swap, &g_heldSwap);
+}
+
+bool ReadPageIntoHeldBuffer(cups_raster_t* ras, const cups_page_header2_t& header, _OEMPDEV* pdev, bool swap,
+                            kvrender::DeferredSwap* pending)
+{
+    HeldPageFill fill;
+    if (!fill.Begin(header, pdev, swap))
         return false;
-    uint64_t size = std::max(ownBytes, FirstPageBytes(pdev->bmInfoHeader));
-    if (size > UINT32_MAX)
-        return false;
-    const uint64_t lineBytes = header.cupsBytesPerLine;
-    // Lines that fit their row are read straight into it; a longer line
-    // (a header whose line length exceeds the row) goes through a line
-    // buffer and is cut to the row.
-    const bool direct = lineBytes <= stride;
-    const kvimg::MallocBuffer line = direct ? nullptr : kvimg::AllocateBlock(std::max<uint64_t>(lineBytes, 1));
-    unsigned char* buffer = static_cast<unsigned char*>(malloc(std::max<uint64_t>(size, 1)));
-    PrefaultBlock(buffer, size);
-    if ((!direct && !line) || !buffer) {
-        free(buffer);
-        return false;
-    }
-    pdev->pBufStart = buffer;
-    pdev->dwBufSize = static_cast<uint32_t>(size);
-    // Every byte no line fills is zero: row padding, rows the stream does
-    // not deliver and the room a larger first page needs.
-    uint64_t row = 0;
-    for (; row < header.cupsHeight; ++row) {
-        unsigned char* dst = buffer + row * stride;
-        unsigned char* in = direct ? dst : line.get();
-        if (cupsRasterReadPixels(ras, in, header.cupsBytesPerLine) == 0)
+    for (uint64_t row = 0; row < header.cupsHeight; ++row) {
+        if (cupsRasterReadPixels(ras, fill.LineTarget(row), header.cupsBytesPerLine) == 0)
             break;
-        if (swap)
-            SwapRedBlue(in, lineBytes, header.cupsWidth);
-        if (direct)
-            memset(dst + lineBytes, 0, stride - lineBytes);
-        else
-            memcpy(dst, in, stride);
+        fill.LineRead(row);
     }
-    memset(buffer + row * stride, 0, size - row * stride);
-    g_heldSwap = {!swap, header.cupsHeight, stride, lineBytes, header.cupsWidth};
+    *pending = fill.End();
     return true;
 }
 
@@ -632,7 +574,7 @@ int FilterMain(int argc, char* argv[])
     LoopResult result;
     if (PrinterResolutionUsable(job.outputDpi)) {
         result = RunPageLoop(job);
-        EndDocument(logOn);
+        EndDocument(FilterJobRecords(), logOn);
     } else {
         result.failed = true;
     }

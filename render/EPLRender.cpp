@@ -1,6 +1,7 @@
-// The renderer's connection to the job loop and to standard output: the
-// job records it is given, the label size it stores from the first page,
-// and the start-of-document block. Each page's steps are in PageSteps.cpp.
+// The renderer's connection to the job loop and to its output (standard
+// output, or the sink a job gives it): the job records it is given, the
+// label size it stores from the first page, and the start-of-document
+// block. Each page's steps are in PageSteps.cpp.
 #include "EPLRender.h"
 
 #include <cstdint>
@@ -74,11 +75,23 @@ void CEPLRender::SetDeferredSwap(kvrender::DeferredSwap* swap)
     m_pSwap = swap;
 }
 
+void CEPLRender::SetCommandSink(kvrender::CommandSink* sink)
+{
+    m_pSink = sink;
+}
+
+size_t CEPLRender::Emit(const void* data, size_t size)
+{
+    if (m_pSink)
+        return m_pSink->Write(data, size);
+    return fwrite(data, 1, size, stdout);
+}
+
 int32_t CEPLRender::SendCommand(unsigned char* data, unsigned int size, unsigned char, wchar_t*)
 {
     if (!m_pOemCfg)
         return 0;
-    return fwrite(data, 1, size, stdout) > 0 ? 1 : 0;
+    return Emit(data, size) > 0 ? 1 : 0;
 }
 
 // Derives the label size from the first page and sends the printer set-up
@@ -129,5 +142,5 @@ void CEPLRender::SendStartDocBlock()
     if (!block)
         return;
     if (emulation.GetStartDocCMD(m_pOemCfg, block.get(), length, &length) != 0 && m_pOemCfg)
-        fwrite(block.get(), 1, static_cast<size_t>(length), stdout);
+        Emit(block.get(), static_cast<size_t>(length));
 }

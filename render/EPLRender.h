@@ -4,6 +4,7 @@
 #ifndef KV_RENDER_EPLRENDER_H
 #define KV_RENDER_EPLRENDER_H
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -14,6 +15,17 @@
 namespace kvrender {
 struct WorkImage;
 struct DeferredSwap;
+
+// Where a renderer's printer commands go. The filter writes them to
+// standard output, which the spooler's back end carries to the printer; the
+// printer application hands them to its printer's device instead. Whatever
+// the sink, the bytes and the order of the writes are the same.
+class CommandSink {
+public:
+    virtual ~CommandSink() = default;
+    // Writes `size` bytes of `data`; returns how many were written.
+    virtual size_t Write(const void* data, size_t size) = 0;
+};
 }  // namespace kvrender
 
 class CEPLRender {
@@ -28,8 +40,11 @@ public:
     // The held page's pending red-blue swap, owned by the job loop; none
     // unless set. The renderer makes the swap and clears `pending`.
     void SetDeferredSwap(kvrender::DeferredSwap* swap);
+    // Where the commands go, owned by the caller; standard output unless set.
+    void SetCommandSink(kvrender::CommandSink* sink);
 
-    // Writes `size` bytes of `data` to standard output in one buffered write.
+    // Writes `size` bytes of `data` to the sink (standard output: in one
+    // buffered write).
     // Returns 1 when any byte was written, 0 otherwise or when no job has
     // been set up (null configuration). The last two arguments are unused.
     int32_t SendCommand(unsigned char* data, unsigned int size, unsigned char, wchar_t*);
@@ -86,11 +101,15 @@ private:
     // Builds the start-of-document block and writes it to standard output
     // in one buffered write; nothing when the emulation refuses it.
     void SendStartDocBlock();
+    // Writes printer commands to the sink, or to standard output in one
+    // buffered write; returns the bytes written.
+    size_t Emit(const void* data, size_t size);
 
     tagOEMCFG* m_pOemCfg;  // null: no job set up
     _DEVMODE* m_pDevMode;
     _OEMPDEV* m_pOemPdev;
     kvrender::DeferredSwap* m_pSwap = nullptr;
+    kvrender::CommandSink* m_pSink = nullptr;  // null: standard output
     std::vector<const char*> m_shortfalls;
 };
 

@@ -434,7 +434,7 @@ bool CEPLRender::ThresholdInPlace(CBmpProcessing& bmp, WorkImage& work, bool inv
 }
 
 // Dashes, packs, positions and hands the page to the emulation, then writes
-// its commands to standard output in one buffered write.
+// its commands to the sink (standard output: in one buffered write).
 void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation, bool lastPage)
 {
     tagOEMCFG& cfg = *m_pOemCfg;
@@ -479,7 +479,7 @@ void CEPLRender::SendPage(CBmpProcessing& bmp, WorkImage& work, int orientation,
     if (emulation.TransferImageData2CMD(&cfg, bits, bitsSize, position.x, position.y, work.w, work.h, commands.get(),
                                         length, &length, lastPage) != 0 &&
         m_pOemCfg)
-        fwrite(commands.get(), 1, static_cast<size_t>(length), stdout);
+        Emit(commands.get(), static_cast<size_t>(length));
 }
 
 // Puts the page header's width and height back as they were at entry; the

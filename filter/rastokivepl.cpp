@@ -83,6 +83,8 @@ struct LoopResult {
     bool failed = false;
 };
 
+}  // namespace
+
 // Removes the last job's log and starts the main logger on "/tmp/kvepl.log",
 // with the file created under umask 022 so other users can read it.
 void StartDriverLog()
@@ -95,6 +97,8 @@ void StartDriverLog()
     logger->start();
     umask(oldMask);
 }
+
+namespace {
 
 // Makes a renderer for one call, pointed at the job's records and output.
 void AttachRecords(CEPLRender& render, const JobRecords& job)

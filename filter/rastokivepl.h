@@ -30,6 +30,10 @@ extern _OEMPDEV g_oemPDEV;
 // [file]"); returns the process exit status.
 int FilterMain(int argc, char* argv[]);
 
+// Removes the last job's driver log and starts the logger on
+// "/tmp/kvepl.log" (created under umask 022, so other users can read it).
+void StartDriverLog();
+
 // Marks the PPD's defaults, then the job's options (argv[5]).
 void InitializeSetting(const char* options, ppd_file_t* ppd);
 

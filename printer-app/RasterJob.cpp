@@ -1,0 +1,229 @@
+// A raster job of the printer application runs the filter's page steps:
+// the job records are built on the first page from the job's choice codes,
+// each page is stored line by line into the held page and sent when the
+// next page starts (or the job ends), and the commands go to the PAPPL
+// device instead of standard output. So a page prints here exactly as the
+// filter prints it.
+#include "RasterJob.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Drivers.h"
+#include "GetPpdSelfOption.h"
+#include "HeldPage.h"
+#include "IppOptions.h"
+#include "log4z.h"
+#include "rastokivepl.h"
+
+namespace kvapp {
+namespace {
+
+// The renderer's commands, written to the job's device.
+class DeviceSink : public kvrender::CommandSink {
+public:
+    explicit DeviceSink(pappl_device_t* device) : m_device(device) {}
+    size_t Write(const void* data, size_t size) override
+    {
+        const ssize_t written = papplDeviceWrite(m_device, data, size);
+        return written < 0 ? 0 : static_cast<size_t>(written);
+    }
+
+private:
+    pappl_device_t* m_device;
+};
+
+// The driver log and page dumps are files of fixed names in /tmp and the
+// logger is one per process, so jobs run their pages one at a time even
+// when several printers print at once. Labels print far slower than they
+// render; no printer waits long.
+std::mutex g_jobLock;
+
+// Everything of one raster job, from its start to its end.
+struct AppJob {
+    explicit AppJob(pappl_device_t* device) : sink(device) {}
+
+    std::unique_lock<std::mutex> lock{g_jobLock};
+    tagOEMCFG cfg{};
+    _DEVMODE devMode{};
+    _OEMPDEV pdev{};
+    kvrender::DeferredSwap swap{};
+    DeviceSink sink;
+    ChoiceCodeMap codes;
+    int16_t outputDpi = 0;
+    bool logOn = false;
+    PageGeometry first{};
+    HeldPageFill fill;
+    int pages = 0;          // page headers seen
+    bool pageOpen = false;  // a page's lines are being stored
+    bool ended = false;     // the job stopped early: later pages are dropped
+
+    JobRecords Records() { return {&cfg, &devMode, &pdev, &swap, &sink}; }
+};
+
+AppJob* JobOf(pappl_job_t* job)
+{
+    return static_cast<AppJob*>(papplJobGetData(job));
+}
+
+const char* LabelModeKeyword(pappl_label_mode_t mode)
+{
+    if (mode & PAPPL_LABEL_MODE_CUTTER)
+        return "cutter";
+    if (mode & PAPPL_LABEL_MODE_PEEL_OFF)
+        return "peel-off";
+    return "tear-off";
+}
+
+// What the job asks for, with the printer's defaults where it says nothing.
+JobChoices ChoicesOf(pappl_job_t* job, const pappl_pr_options_t* options)
+{
+    JobChoices c;
+    c.mediaType = options->media.type;
+    pappl_pr_driver_data_t data;
+    papplPrinterGetDriverData(papplJobGetPrinter(job), &data);
+    c.labelMode = LabelModeKeyword(data.mode_configured);
+    c.darknessGiven = options->print_darkness != 0 || papplJobGetAttribute(job, "print-darkness") != nullptr;
+    c.printDarkness = options->print_darkness;
+    c.darknessConfigured = options->darkness_configured;
+    c.printSpeed = options->print_speed;
+    for (int i = 0; i < options->num_vendor; ++i)
+        c.vendor.emplace_back(options->vendor[i].name, options->vendor[i].value);
+    return c;
+}
+
+// The driver log as the filter keeps it: a fresh /tmp/kvepl.log per job
+// that asks for it, and no logging at all otherwise.
+void EndDriverLog(const AppJob& state)
+{
+    if (state.logOn)
+        ILog4zManager::getInstance()->stop();
+}
+
+void Finish(pappl_job_t* job, AppJob* state)
+{
+    EndDriverLog(*state);
+    papplJobSetData(job, nullptr);
+    delete state;
+}
+
+}  // namespace
+
+bool StartJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* device)
+{
+    const kvppd::PpdModel* model = ModelOfDriver(papplPrinterGetDriverName(papplJobGetPrinter(job)));
+    if (!model) {
+        papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "The printer's driver is not one of this application's.");
+        return false;
+    }
+    auto state = std::make_unique<AppJob>(device);
+    std::vector<std::string> ignored;
+    state->codes = CodesForJob(*model, ChoicesOf(job, options), &ignored);
+    for (const std::string& value : ignored)
+        papplLogJob(job, PAPPL_LOGLEVEL_WARN, "Ignoring %s: not a choice of this printer.", value.c_str());
+    state->outputDpi = static_cast<int16_t>(model->dpi);
+    state->logOn = ChoiceCodeIndex(ChoiceCodes(state->codes, state->outputDpi).Code("DriverLog")) > 0;
+    if (state->logOn)
+        StartDriverLog();
+    papplJobSetData(job, state.release());
+    return true;
+}
+
+bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*device*/, unsigned /*page*/)
+{
+    AppJob* state = JobOf(job);
+    if (!state || state->ended)
+        return state != nullptr;
+    const ChoiceCodes codes(state->codes, state->outputDpi);
+    const PageSetUp setUp{state->outputDpi, state->logOn};
+    // PAPPL numbers pages from 1 in some versions and from 0 in its
+    // documentation: the job counts them itself, as the filter does.
+    const int number = ++state->pages;
+    const PageStart start =
+        StartHeldPage(state->Records(), codes, &options->header, number, setUp, state->first, state->fill);
+    papplLogJob(job, PAPPL_LOGLEVEL_DEBUG, "Page %d: %u x %u pixels at %u x %u dpi, %u bits, start %d.", number,
+                options->header.cupsWidth, options->header.cupsHeight, options->header.HWResolution[0],
+                options->header.HWResolution[1], options->header.cupsBitsPerPixel, static_cast<int>(start));
+    if (start == PageStart::kReady) {
+        state->pageOpen = true;
+        return true;
+    }
+    state->ended = true;
+    if (start == PageStart::kStop)
+        return true;
+    papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "Page %d not printed: %s.", number,
+                start == PageStart::kRefused ? "it is beyond the printer's limits" : "not enough memory");
+    // As the filter does: the page held before is sent as the last page.
+    EndDocument(state->Records(), state->logOn);
+    return false;
+}
+
+bool WriteLine(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* /*device*/, unsigned y,
+               const unsigned char* line)
+{
+    AppJob* state = JobOf(job);
+    if (state && state->pageOpen)
+        state->fill.StoreLine(y, line);
+    return state != nullptr;
+}
+
+bool EndPage(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* /*device*/, unsigned /*page*/)
+{
+    AppJob* state = JobOf(job);
+    if (!state)
+        return false;
+    if (state->pageOpen) {
+        state->swap = state->fill.End();
+        state->pageOpen = false;
+    }
+    return true;
+}
+
+bool EndJob(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* device)
+{
+    AppJob* state = JobOf(job);
+    if (!state)
+        return false;
+    if (state->pageOpen) {
+        state->swap = state->fill.End();
+        state->pageOpen = false;
+    }
+    if (state->pdev.pBufStart && !state->ended)
+        EndDocument(state->Records(), state->logOn);
+    ReleaseHeldPage(&state->pdev);
+    papplDeviceFlush(device);
+    Finish(job, state);
+    return true;
+}
+
+bool PrintRawFile(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* device)
+{
+    const int fd = open(papplJobGetFilename(job), O_RDONLY);
+    if (fd < 0) {
+        papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "Unable to open the job's file: %s", strerror(errno));
+        return false;
+    }
+    papplJobSetImpressions(job, 1);
+    char buffer[65536];
+    ssize_t bytes;
+    bool ok = true;
+    while ((bytes = read(fd, buffer, sizeof buffer)) > 0)
+        if (papplDeviceWrite(device, buffer, static_cast<size_t>(bytes)) < 0) {
+            papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "Unable to send %d bytes to the printer.", static_cast<int>(bytes));
+            ok = false;
+            break;
+        }
+    close(fd);
+    papplDeviceFlush(device);
+    if (ok)
+        papplJobSetImpressionsCompleted(job, 1);
+    return ok;
+}
+
+}  // namespace kvapp

@@ -145,11 +145,15 @@ bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*
     // PAPPL numbers pages from 1 in some versions and from 0 in its
     // documentation: the job counts them itself, as the filter does.
     const int number = ++state->pages;
-    const PageStart start =
-        StartHeldPage(state->Records(), codes, &options->header, number, setUp, state->first, state->fill);
-    papplLogJob(job, PAPPL_LOGLEVEL_DEBUG, "Page %d: %u x %u pixels at %u x %u dpi, %u bits, start %d.", number,
-                options->header.cupsWidth, options->header.cupsHeight, options->header.HWResolution[0],
-                options->header.HWResolution[1], options->header.cupsBitsPerPixel, static_cast<int>(start));
+    // PAPPL's own rasterizing (images) leaves the header's copy count at
+    // 0 and makes the copies itself; a page is one label then.
+    cups_page_header2_t header = options->header;
+    if (header.NumCopies == 0)
+        header.NumCopies = 1;
+    const PageStart start = StartHeldPage(state->Records(), codes, &header, number, setUp, state->first, state->fill);
+    papplLogJob(job, PAPPL_LOGLEVEL_DEBUG, "Page %d: %u x %u pixels at %u x %u dpi, %u bits, %u copies, start %d.",
+                number, header.cupsWidth, header.cupsHeight, header.HWResolution[0], header.HWResolution[1],
+                header.cupsBitsPerPixel, header.NumCopies, static_cast<int>(start));
     if (start == PageStart::kReady) {
         state->pageOpen = true;
         return true;

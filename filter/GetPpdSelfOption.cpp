@@ -565,9 +565,21 @@ int32_t GetOptionChoiceIndex(const char* keyword, ppd_file_t* ppd)
     return ChoiceCodeIndex(GetOptionChoiceCode(keyword, ppd));
 }
 
+// Returns the code's leading number in single precision; -1.0 without code.
+float GetOptionChoiceIndexf(const char* keyword, ppd_file_t* ppd)
+{
+    return ChoiceCodeIndexf(GetOptionChoiceCode(keyword, ppd));
+}
+
+// The same two from another source of choice codes.
 int32_t GetOptionChoiceIndex(const char* keyword, const ChoiceCodes& codes)
 {
     return ChoiceCodeIndex(codes.Code(keyword));
+}
+
+float GetOptionChoiceIndexf(const char* keyword, const ChoiceCodes& codes)
+{
+    return ChoiceCodeIndexf(codes.Code(keyword));
 }
 
 int32_t ChoiceCodeIndex(const char* code)
@@ -580,17 +592,6 @@ int32_t ChoiceCodeIndex(const char* code)
     if (number < INT32_MIN)
         return INT32_MIN;
     return static_cast<int32_t>(number);
-}
-
-// Returns the code's leading number in single precision; -1.0 without code.
-float GetOptionChoiceIndexf(const char* keyword, ppd_file_t* ppd)
-{
-    return ChoiceCodeIndexf(GetOptionChoiceCode(keyword, ppd));
-}
-
-float GetOptionChoiceIndexf(const char* keyword, const ChoiceCodes& codes)
-{
-    return ChoiceCodeIndexf(codes.Code(keyword));
 }
 
 float ChoiceCodeIndexf(const char* code)

@@ -19,6 +19,7 @@
 #include "GetPpdSelfOption.h"
 #include "HeldPage.h"
 #include "IppOptions.h"
+#include "PageLimits.h"
 #include "log4z.h"
 #include "rastokivepl.h"
 
@@ -161,8 +162,9 @@ bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*
     state->ended = true;
     if (start == PageStart::kStop)
         return true;
-    papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "Page %d not printed: %s.", number,
-                start == PageStart::kRefused ? "it is beyond the printer's limits" : "not enough memory");
+    const std::string reason =
+        start == PageStart::kRefused ? PageLimitProblem(header, state->outputDpi) : "not enough memory for its buffer";
+    papplLogJob(job, PAPPL_LOGLEVEL_ERROR, "Page %d not printed: %s", number, reason.c_str());
     // As the filter does: the page held before is sent as the last page.
     EndDocument(state->Records(), state->logOn);
     return false;

@@ -181,11 +181,12 @@ bool DriverCallback(pappl_system_t* system, const char* driverName, const char* 
 
     // The filter reads 24-bit RGB and makes black and white itself, as the
     // PPDs ask the spooler for: PAPPL renders images to sRGB and asks PWG
-    // raster clients for it, which it does for the colour mode only.
-    data->color_supported = PAPPL_COLOR_MODE_COLOR;
+    // raster clients for it in the colour mode, the default. Clients that
+    // ask for monochrome (the spooler's IPP Everywhere queues do) send
+    // 8-bit grey, which the job widens to RGB line by line.
+    data->color_supported = static_cast<pappl_color_mode_t>(PAPPL_COLOR_MODE_COLOR | PAPPL_COLOR_MODE_MONOCHROME);
     data->color_default = PAPPL_COLOR_MODE_COLOR;
-    data->raster_types = PAPPL_PWG_RASTER_TYPE_SRGB_8;
-    data->force_raster_type = PAPPL_PWG_RASTER_TYPE_SRGB_8;
+    data->raster_types = static_cast<pappl_raster_type_t>(PAPPL_PWG_RASTER_TYPE_SRGB_8 | PAPPL_PWG_RASTER_TYPE_SGRAY_8);
 
     // The PPDs' Resolution choices: the printer's own and the supersampled
     // ones, the PPD's default first choice.

@@ -40,11 +40,43 @@ private:
     pappl_device_t* m_device;
 };
 
+// The widest grey line widened; wider pages are beyond the limits anyway
+// and never get here.
+constexpr unsigned kMaxWideLine = 1u << 20;
+
 // The driver log and page dumps are files of fixed names in /tmp and the
 // logger is one per process, so jobs run their pages one at a time even
 // when several printers print at once. Labels print far slower than they
 // render; no printer waits long.
 std::mutex g_jobLock;
+
+// How the lines of an 8-bit grey page become RGB.
+enum class GreyLines {
+    kNone,    // the page is RGB already
+    kWhite1,  // grey levels, 255 white (sgray, "W")
+    kInk      // ink levels, 255 black (device black, "K")
+};
+
+// For an 8-bit grey page: widens `header` to the 24-bit RGB page the
+// filter reads and says how its lines are widened. Other pages are left.
+GreyLines WidenGreyHeader(cups_page_header2_t& header)
+{
+    constexpr unsigned kGreyBits = 8, kRgbBits = 24, kRgbBytes = 3;
+    if (header.cupsBitsPerPixel != kGreyBits || header.cupsBitsPerColor != kGreyBits)
+        return GreyLines::kNone;
+    GreyLines kind;
+    if (header.cupsColorSpace == CUPS_CSPACE_SW || header.cupsColorSpace == CUPS_CSPACE_W)
+        kind = GreyLines::kWhite1;
+    else if (header.cupsColorSpace == CUPS_CSPACE_K)
+        kind = GreyLines::kInk;
+    else
+        return GreyLines::kNone;
+    header.cupsBitsPerPixel = kRgbBits;
+    header.cupsBytesPerLine = header.cupsWidth * kRgbBytes;
+    header.cupsColorSpace = CUPS_CSPACE_SRGB;
+    header.cupsNumColors = kRgbBytes;
+    return kind;
+}
 
 // Everything of one raster job, from its start to its end.
 struct AppJob {
@@ -61,6 +93,8 @@ struct AppJob {
     bool logOn = false;
     PageGeometry first{};
     HeldPageFill fill;
+    std::vector<unsigned char> wide;  // a grey line widened to RGB
+    GreyLines grey = GreyLines::kNone;
     int pages = 0;          // page headers seen
     bool pageOpen = false;  // a page's lines are being stored
     bool ended = false;     // the job stopped early: later pages are dropped
@@ -151,6 +185,9 @@ bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*
     cups_page_header2_t header = options->header;
     if (header.NumCopies == 0)
         header.NumCopies = 1;
+    state->grey = WidenGreyHeader(header);
+    if (state->grey != GreyLines::kNone && header.cupsWidth <= kMaxWideLine)
+        state->wide.assign(header.cupsBytesPerLine, 0);
     const PageStart start = StartHeldPage(state->Records(), codes, &header, number, setUp, state->first, state->fill);
     papplLogJob(job, PAPPL_LOGLEVEL_DEBUG, "Page %d: %u x %u pixels at %u x %u dpi, %u bits, %u copies, start %d.",
                 number, header.cupsWidth, header.cupsHeight, header.HWResolution[0], header.HWResolution[1],
@@ -174,9 +211,23 @@ bool WriteLine(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t
                const unsigned char* line)
 {
     AppJob* state = JobOf(job);
-    if (state && state->pageOpen)
+    if (!state || !state->pageOpen)
+        return state != nullptr;
+    if (state->grey == GreyLines::kNone) {
         state->fill.StoreLine(y, line);
-    return state != nullptr;
+        return true;
+    }
+    if (state->wide.empty())
+        return true;
+    unsigned char* out = state->wide.data();
+    const size_t width = state->wide.size() / 3;
+    const bool ink = state->grey == GreyLines::kInk;
+    for (size_t x = 0; x < width; ++x) {
+        const unsigned char v = ink ? static_cast<unsigned char>(255 - line[x]) : line[x];
+        out[3 * x] = out[3 * x + 1] = out[3 * x + 2] = v;
+    }
+    state->fill.StoreLine(y, out);
+    return true;
 }
 
 bool EndPage(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* /*device*/, unsigned /*page*/)

@@ -93,7 +93,7 @@ AppServer::AppServer()
     const std::string port = std::to_string(m_port);
     m_server = std::make_unique<kvtest::Subprocess>(
         AppBinary(),
-        std::vector<std::string>{"server", "-o", "server-port=" + port, "-o", "listen-hostname=localhost", "-o",
+        std::vector<std::string>{"server", "-o", "server-port=" + port, "-o", "listen-hostname=127.0.0.1", "-o",
                                  "spool-directory=" + m_dir.File("spool"), "-o", "log-file=" + m_dir.File("log"), "-o",
                                  "log-level=debug", "-o", "server-options=no-multicast,no-tls"});
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kStartSeconds);

@@ -98,6 +98,51 @@ void SetDefaultMedia(pappl_pr_driver_data_t* data, const std::string& sizeName)
     data->media_ready[0] = media;
 }
 
+// The English texts of the vendor attributes and their keywords, from the
+// option table ("halftone" = "Halftoning", "halftone.errordiffusion" =
+// "Error diffusion (photos)"), as a PAPPL strings file: the web interface
+// shows them instead of the bare keywords, and IPP clients get them too.
+std::string VendorStrings()
+{
+    std::map<std::string, std::string> texts;
+    for (const kvppd::PpdModel& model : kvppd::PpdModels()) {
+        const std::vector<kvppd::OptionGroup> table = kvppd::DriverOptions(model);
+        for (const VendorAttribute& v : VendorAttributes(model)) {
+            const kvppd::DriverOption* option = kvppd::FindDriverOption(table, v.ppdKeyword);
+            if (v.ippName == "tear-off-back-feed") {
+                texts[v.ippName] = "Tear-Off Back-Feed";
+                texts[v.ippName + ".on"] = "On (pull back before the next label)";
+                texts[v.ippName + ".off"] = "Off";
+                continue;
+            }
+            texts[v.ippName] = option->text;
+            for (const kvppd::OptionChoice& c : option->choices)
+                texts[v.ippName + "." + IppKeyword(c.name)] = c.text;
+        }
+    }
+    std::string out;
+    for (const auto& [key, text] : texts) {
+        std::string quoted;
+        for (char ch : text)
+            quoted += ch == '"' ? std::string("\\\"") : std::string(1, ch);
+        out += "\"" + key + "\" = \"" + quoted + "\";\n";
+    }
+    return out;
+}
+
+// Adds the texts once per system.
+void AddVendorStrings(pappl_system_t* system)
+{
+    static std::mutex lock;
+    static pappl_system_t* added = nullptr;
+    static const std::string strings = VendorStrings();
+    std::lock_guard<std::mutex> guard(lock);
+    if (added == system)
+        return;
+    papplSystemAddStringsData(system, "/en.strings", "en", strings.c_str());
+    added = system;
+}
+
 }  // namespace
 
 std::string DriverName(const kvppd::PpdModel& model)
@@ -165,6 +210,7 @@ bool DriverCallback(pappl_system_t* system, const char* driverName, const char* 
         return false;
     }
     const ModelStrings& s = AllModelStrings().at(driverName);
+    AddVendorStrings(system);
 
     data->printfile_cb = PrintRawFile;
     data->rstartjob_cb = StartJob;

@@ -130,6 +130,20 @@ JobChoices ChoicesOf(pappl_job_t* job, const pappl_pr_options_t* options)
     c.printSpeed = options->print_speed;
     for (int i = 0; i < options->num_vendor; ++i)
         c.vendor.emplace_back(options->vendor[i].name, options->vendor[i].value);
+    // PAPPL hands over the vendor attributes the job names; for the others
+    // the printer's defaults (set in the web interface or with
+    // "<name>-default") count, as a PPD queue's defaults do.
+    ipp_t* attrs = papplPrinterGetDriverAttributes(papplJobGetPrinter(job));
+    for (int i = 0; i < data.num_vendor; ++i) {
+        const std::string name = data.vendor[i];
+        if (cupsGetOption(name.c_str(), options->num_vendor, options->vendor))
+            continue;
+        ipp_attribute_t* def = ippFindAttribute(attrs, (name + "-default").c_str(), IPP_TAG_ZERO);
+        char value[256];
+        if (def && ippAttributeString(def, value, sizeof value) > 0)
+            c.vendor.emplace_back(name, value);
+    }
+    ippDelete(attrs);
     return c;
 }
 

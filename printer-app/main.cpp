@@ -4,11 +4,16 @@
 // interface; the drivers and the page path are the filter's own.
 #include <pappl/pappl.h>
 
+#include <vector>
+
 #include "Drivers.h"
 
 int main(int argc, char* argv[])
 {
     std::vector<pappl_pr_driver_t>& drivers = kvapp::DriverList();
-    return papplMainloop(argc, argv, "1.0.0", nullptr, static_cast<int>(drivers.size()), drivers.data(),
+    // PAPPL 1.3 looks the footer up in its translations on every page and
+    // fails on a missing one: the application always gives one.
+    static const char kFooter[] = "kivcp-printer-app 1.0.0: EPL2 label printers";
+    return papplMainloop(argc, argv, "1.0.0", kFooter, static_cast<int>(drivers.size()), drivers.data(),
                          kvapp::AutoAddCallback, kvapp::DriverCallback, nullptr, nullptr, nullptr, nullptr, nullptr);
 }

@@ -79,7 +79,7 @@ TEST_F(AppPrinting, PwgRasterThroughIpptoolIsTheFiltersEplOnEveryModelAndResolut
             const std::string app = PrintRaster(printer, raster, dpi, job);
             const std::string filter = kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster);
             ASSERT_GT(filter.size(), 1000u);
-            EXPECT_EQ(app, filter) << job;
+            EXPECT_TRUE(app == filter) << job << ": " << app.size() << " bytes, the filter " << filter.size();
             const std::string summary = kvapptest::EplviewSummary(app, server.Folder());
             EXPECT_NE(summary.find("labels: 1\n"), std::string::npos) << summary;
             ++jobs;
@@ -101,8 +101,8 @@ TEST_F(AppPrinting, SubmitCommandPrintsTheFiltersEplWithItsOptions)
     ASSERT_EQ(server.WaitForJob("label", job), kvapptest::kJobCompleted);
     const std::string name = raster.substr(raster.rfind('/') + 1);
     // print-darkness 10 on the configured 50 is 60 of 100: level 9 of 15.
-    EXPECT_EQ(server.Output("label", name),
-              kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster, "Halftone=ErrorDiffusion Density=9"));
+    EXPECT_TRUE(server.Output("label", name) ==
+                kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster, "Halftone=ErrorDiffusion Density=9"));
     EXPECT_NE(server.Output("label", name).find("\r\nD9\r\n"), std::string::npos);
 }
 
@@ -161,7 +161,7 @@ TEST_F(AppPrinting, EveryChoiceOfEveryOptionPrintsTheFiltersEpl)
             PpdWithDefaults(kvapptest::PpdFile(model.fileName), marked, server.Folder() + "/" + job + ".ppd");
         const std::string filter = kvapptest::FilterEpl(ppd, raster);
         ASSERT_FALSE(filter.empty()) << job;
-        EXPECT_EQ(app, filter) << job;
+        EXPECT_TRUE(app == filter) << job << ": " << app.size() << " bytes, the filter " << filter.size();
     }
     EXPECT_EQ(choicesPrinted, 191);
 }
@@ -270,8 +270,8 @@ TEST_F(AppPrinting, HostileRastersNeverStopTheServerAndTheNextJobPrints)
     EXPECT_NE(log.find("Page 1 not printed: at 203 dpi it is 250246.3 x 1.3 mm, larger than the largest label"),
               std::string::npos);
     const std::string raster = Raster(model, 203, 4, 2);
-    EXPECT_EQ(PrintRaster("label", raster, 203, "after"),
-              kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster));
+    EXPECT_TRUE(PrintRaster("label", raster, 203, "after") ==
+                kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster));
 }
 
 }  // namespace

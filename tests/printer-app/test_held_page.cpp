@@ -85,7 +85,7 @@ TEST(AppHeldPage, LinesStoredOneByOneAreTheFiltersHeldPage)
             kvrender::DeferredSwap filterSwap, appSwap;
             const std::vector<unsigned char> filter = FilterHeldPage(page, swap, &filterSwap);
             const std::vector<unsigned char> app = AppHeldPage(page, swap, &appSwap);
-            EXPECT_EQ(app, filter) << width << " " << swap;
+            EXPECT_TRUE(app == filter) << width << " " << swap;
             EXPECT_TRUE(SameSwap(appSwap, filterSwap));
             EXPECT_EQ(appSwap.pending, !swap);
             EXPECT_EQ(filter.size(), PageStride(page.header) * 7);
@@ -99,7 +99,7 @@ TEST(AppHeldPage, ShortPageLeavesTheSameZeroRowsAsTheFilter)
     kvrender::DeferredSwap filterSwap, appSwap;
     const std::vector<unsigned char> filter = FilterHeldPage(page, true, &filterSwap);
     const std::vector<unsigned char> app = AppHeldPage(page, true, &appSwap);
-    EXPECT_EQ(app, filter);
+    EXPECT_TRUE(app == filter);
     const size_t stride = PageStride(page.header);
     for (size_t i = 2 * stride; i < app.size(); ++i)
         ASSERT_EQ(app[i], 0) << i;

@@ -10,7 +10,10 @@
 # man-db and groff-base show and check the manual pages; dpkg-dev,
 # debhelper, fakeroot and lintian build and check the Debian package.
 # barcode, qrencode and zbar-tools make and scan the labels of the barcode
-# readability suite.
+# readability suite. libpappl-dev builds the printer application
+# (kivcp-printer-app); its tests print with ipptool (cups-ipp-utils), drive
+# its web interface in headless Chromium (chromium) through a small DevTools
+# client (python3).
 set -eu
 export DEBIAN_FRONTEND=noninteractive
 apt-get update -qq
@@ -24,4 +27,5 @@ apt-get install -y -qq --no-install-recommends \
     clang libclang-rt-dev clang-format \
     man-db groff-base \
     dpkg-dev debhelper fakeroot lintian \
-    barcode qrencode zbar-tools >/dev/null
+    barcode qrencode zbar-tools \
+    libpappl-dev cups-ipp-utils chromium python3 >/dev/null

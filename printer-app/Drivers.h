@@ -13,9 +13,9 @@
 
 namespace kvapp {
 
-// The IEEE 1284 device ID of a generic EPL2 label printer: what the
-// auto-add callback and the driver list match.
-constexpr const char* kEpl2DeviceId = "MFG:Generic;MDL:EPL2 Label Printer;CMD:EPL2;";
+// The IEEE 1284 device ID of a generic EPL2 label printer, the PPDs' own:
+// what the driver list reports.
+constexpr const char* kEpl2DeviceId = kvppd::kDeviceId;
 // The MIME type of raw EPL2 jobs, sent to the printer as they are.
 constexpr const char* kEplFormat = "application/vnd.eltron-epl";
 

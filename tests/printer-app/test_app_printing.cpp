@@ -187,6 +187,15 @@ TEST_F(AppPrinting, PngPictureThroughIpptoolPrintsOneLabelOfTheDefaultSize)
     EXPECT_NE(summary.find("labels: 2\n"), std::string::npos) << summary;
     EXPECT_NE(summary.find("  label 1: 816 x 1219 dots, 1 copy, no cut, 1 graphic, 0 lines"), std::string::npos)
         << summary;
+
+    // The same picture with the application's own "submit": the same bytes.
+    kvtool::CommandResult r =
+        server.Command({"submit", "-d", "label", "-o", "copies=2", "-o", "print-scaling=fit", png});
+    ASSERT_EQ(r.status, 0) << r.err;
+    const int submitted = std::stoi(r.out.substr(r.out.find('-') + 1));
+    ASSERT_EQ(server.WaitForJob("label", submitted), kvapptest::kJobCompleted);
+    EXPECT_TRUE(server.Output("label", "bars.png") == server.Output("label", "bars"))
+        << server.Output("label", "bars.png").size() << " and " << server.Output("label", "bars").size() << " bytes";
 }
 
 TEST_F(AppPrinting, RawEplJobReachesTheDeviceUnchanged)

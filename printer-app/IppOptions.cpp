@@ -170,7 +170,9 @@ ChoiceCodeMap CodesForJob(const kvppd::PpdModel& model, const JobChoices& job, s
 
     bool backFeed = true;
     const std::vector<VendorAttribute> vendor = VendorAttributes(model);
-    for (const auto& [name, value] : job.vendor) {
+    for (const std::pair<std::string, std::string>& setting : job.vendor) {
+        const std::string& name = setting.first;
+        const std::string& value = setting.second;
         auto attr =
             std::find_if(vendor.begin(), vendor.end(), [&](const VendorAttribute& a) { return a.ippName == name; });
         if (attr == vendor.end())

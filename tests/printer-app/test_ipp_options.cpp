@@ -205,7 +205,7 @@ TEST(AppDrivers, OneDriverPerModelWithItsSizesAndResolutions)
     EXPECT_STREQ(kvapp::DriverList()[1].name, "kivcp_epl2_203dpi_4in");
     EXPECT_STREQ(kvapp::DriverList()[1].description, "KIVCP EPL2 4-inch 203 dpi");
     EXPECT_EQ(kvapp::ModelOfDriver("kivcp_epl2_300dpi_2in"), &kvppd::PpdModels()[2]);
-    EXPECT_EQ(kvapp::ModelOfDriver("lprint_zpl"), nullptr);
+    EXPECT_EQ(kvapp::ModelOfDriver("generic_pcl"), nullptr);
     EXPECT_EQ(kvapp::DefaultMediaName(kvppd::PpdModels()[1]), "oe_4x6in_4x6in");
     EXPECT_EQ(kvapp::DefaultMediaName(kvppd::PpdModels()[0]), "oe_2x1in_2x1in");
     EXPECT_EQ(kvapp::MediaNames(kvppd::PpdModels()[0]).size(), kvppd::LabelSizes(kvppd::PpdModels()[0]).size());

@@ -52,9 +52,9 @@ std::mutex g_jobLock;
 
 // How the lines of an 8-bit grey page become RGB.
 enum class GreyLines {
-    kNone,    // the page is RGB already
-    kWhite1,  // grey levels, 255 white (sgray, "W")
-    kInk      // ink levels, 255 black (device black, "K")
+    kNone,  // the page is RGB already
+    kGrey,  // grey levels, 255 white (sgray, "W")
+    kInk    // ink levels, 255 black (device black, "K")
 };
 
 // For an 8-bit grey page: widens `header` to the 24-bit RGB page the
@@ -66,7 +66,7 @@ GreyLines WidenGreyHeader(cups_page_header2_t& header)
         return GreyLines::kNone;
     GreyLines kind;
     if (header.cupsColorSpace == CUPS_CSPACE_SW || header.cupsColorSpace == CUPS_CSPACE_W)
-        kind = GreyLines::kWhite1;
+        kind = GreyLines::kGrey;
     else if (header.cupsColorSpace == CUPS_CSPACE_K)
         kind = GreyLines::kInk;
     else

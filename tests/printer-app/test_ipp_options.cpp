@@ -84,8 +84,8 @@ TEST(AppOptions, JobWithoutAttributesGetsThePpdDefaultsRecord)
         tagOEMCFG filter = FilterRecord(model, "", "");
         tagOEMCFG app = AppRecord(model, {});
         EXPECT_TRUE(SameRecord(filter, app)) << model.fileName;
-        EXPECT_EQ(app.sOutputXDPI, model.dpi);
-        EXPECT_EQ(app.sDensity, 1000);  // the printer's own darkness
+        EXPECT_EQ(static_cast<int>(app.sOutputXDPI), model.dpi);  // (copied: the record is packed)
+        EXPECT_EQ(static_cast<int>(app.sDensity), 1000);          // the printer's own darkness
     }
 }
 
@@ -115,14 +115,14 @@ TEST(AppOptions, AChoiceChangesTheRecordFromTheDefaults)
     const kvppd::PpdModel& model = kvppd::PpdModels()[1];
     tagOEMCFG defaults = AppRecord(model, {});
     tagOEMCFG dithered = AppRecord(model, {{"halftone", "errordiffusion", "keyword"}});
-    EXPECT_EQ(defaults.sHalftoneMethod, 1);
-    EXPECT_EQ(dithered.sHalftoneMethod, 2);
+    EXPECT_EQ(static_cast<int>(defaults.sHalftoneMethod), 1);
+    EXPECT_EQ(static_cast<int>(dithered.sHalftoneMethod), 2);
     tagOEMCFG cutter = AppRecord(model, {{"label-mode-configured", "cutter", "printer"}});
-    EXPECT_EQ(cutter.dwOperationAfterPrn, 4u);
+    EXPECT_EQ(static_cast<int>(cutter.dwOperationAfterPrn), 4);
     tagOEMCFG dark = AppRecord(model, {{"print-darkness", "50", "integer"}});
-    EXPECT_EQ(dark.sDensity, 15);
+    EXPECT_EQ(static_cast<int>(dark.sDensity), 15);
     tagOEMCFG fast = AppRecord(model, {{"print-speed", "15240", "integer"}});
-    EXPECT_EQ(fast.sPrintSpeed, 6);
+    EXPECT_EQ(static_cast<int>(fast.sPrintSpeed), 6);
 }
 
 TEST(AppOptions, ValuesThatNameNoChoiceAreIgnoredAndSaid)

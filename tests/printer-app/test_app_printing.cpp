@@ -198,6 +198,29 @@ TEST_F(AppPrinting, PngPictureThroughIpptoolPrintsOneLabelOfTheDefaultSize)
         << server.Output("label", "bars.png").size() << " and " << server.Output("label", "bars").size() << " bytes";
 }
 
+TEST_F(AppPrinting, CustomLabelSizeInMediaColSizesTheLabel)
+{
+    ASSERT_TRUE(server.AddPrinter("label", "kivcp_epl2_203dpi_4in"));
+    std::vector<uint8_t> grey(100 * 50, 0);
+    const std::string png = server.Folder() + "/black.png";
+    kvtest::WriteFile(png, kvtool::EncodeGreyPng(100, 50, grey));
+    // 3 x 1.5 inches, none of the named sizes.
+    const int job = server.PrintWithIpptool("label", png, "image/png", "custom",
+                                            "ATTR resolution printer-resolution 203dpi\n"
+                                            "ATTR collection media-col {\n"
+                                            "  MEMBER collection media-size {\n"
+                                            "    MEMBER integer x-dimension 7620\n"
+                                            "    MEMBER integer y-dimension 3810\n"
+                                            "  }\n"
+                                            "}\n");
+    ASSERT_GT(job, 0) << server.LastError();
+    ASSERT_EQ(server.WaitForJob("label", job), kvapptest::kJobCompleted) << server.Log();
+    const std::string summary = kvapptest::EplviewSummary(server.Output("label", "custom"), server.Folder());
+    // 609 dots across, in whole bytes 616; 304 rows and the extra dot.
+    EXPECT_NE(summary.find("  label 1: 616 x 305 dots, 1 copy, no cut, 1 graphic, 0 lines"), std::string::npos)
+        << summary;
+}
+
 TEST_F(AppPrinting, RawEplJobReachesTheDeviceUnchanged)
 {
     ASSERT_TRUE(server.AddPrinter("label", "kivcp_epl2_300dpi_2in"));

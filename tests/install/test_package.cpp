@@ -89,15 +89,16 @@ protected:
 
 }  // namespace
 
-TEST_F(DebianPackage, PutsTheFilterPpdsProgramsAndManualPagesWhereTheyAreFound)
+TEST_F(DebianPackage, PutsTheFilterPpdsProgramsServiceAndManualPagesWhereTheyAreFound)
 {
     for (const char* path :
          {"/usr/lib/cups/filter/rastertokivcp", "/usr/share/cups/model/kivcp/kivcp-epl2-203dpi-2in.ppd",
-          "/usr/share/cups/model/kivcp/kivcp-epl2-300dpi-4in.ppd", "/usr/bin/eplview",
-          "/usr/share/doc/printer-driver-kivcp/copyright"})
+          "/usr/share/cups/model/kivcp/kivcp-epl2-300dpi-4in.ppd", "/usr/bin/eplview", "/usr/bin/kivcp-printer-app",
+          "/usr/lib/systemd/system/kivcp-printer-app.service", "/usr/share/doc/printer-driver-kivcp/copyright"})
         EXPECT_TRUE(kvtest::FileExists(path)) << path;
     EXPECT_EQ(Command({"man", "-w", "rastertokivcp"}).out, "/usr/share/man/man8/rastertokivcp.8.gz\n");
     EXPECT_EQ(Command({"man", "-w", "eplview"}).out, "/usr/share/man/man1/eplview.1.gz\n");
+    EXPECT_EQ(Command({"man", "-w", "kivcp-printer-app"}).out, "/usr/share/man/man1/kivcp-printer-app.1.gz\n");
 }
 
 TEST_F(DebianPackage, SchedulerProposesItsDriversForTheEpl2DeviceId)

@@ -18,6 +18,7 @@
 #include <filesystem>
 #include <thread>
 
+#include "LoopbackPorts.h"
 #include "TestFiles.h"
 
 namespace kvinstall {
@@ -32,38 +33,6 @@ constexpr auto kPoll = std::chrono::milliseconds(100);
 constexpr mode_t kReadable = 0755;     // folders the filter user must pass through
 constexpr mode_t kSharedTemp = 01777;  // the scheduler's temporary files folder
 constexpr mode_t kWritable = 0777;     // the file device's folder
-
-// Returns a loopback port that nobody listens on right now.
-int FreePort()
-{
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    int port = 0;
-    if (s >= 0 && bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-        getsockname(s, reinterpret_cast<sockaddr*>(&a), &len) == 0)
-        port = ntohs(a.sin_port);
-    if (s >= 0)
-        close(s);
-    return port;
-}
-
-// True when something accepts connections on the loopback port.
-bool Listening(int port)
-{
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    if (s < 0)
-        return false;
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    a.sin_port = htons(static_cast<uint16_t>(port));
-    bool ok = connect(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0;
-    close(s);
-    return ok;
-}
 
 // Links every entry of `from` into `to`, except the one named `except`.
 void LinkEntries(const fs::path& from, const fs::path& to, const std::string& except)
@@ -93,7 +62,7 @@ PrivateCupsd::PrivateCupsd(const std::string& installRoot)
     if (!mkdtemp(pattern))
         return;
     m_folder = pattern;
-    m_port = FreePort();
+    m_port = kvtest::FreeLoopbackPort();
     Layout(installRoot);
     WriteConfiguration();
     std::string conf = m_folder + "/conf/cupsd.conf";
@@ -183,7 +152,7 @@ bool PrivateCupsd::WaitUntilListening(int timeoutSeconds)
 {
     auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(timeoutSeconds);
     while (std::chrono::steady_clock::now() < deadline) {
-        if (Listening(m_port))
+        if (kvtest::LoopbackPortListening(m_port))
             return true;
         if (waitpid(m_pid, nullptr, WNOHANG) == m_pid) {
             m_pid = 0;  // it gave up (the error log says why) and is reaped

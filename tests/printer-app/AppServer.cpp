@@ -17,6 +17,7 @@
 #include <regex>
 #include <thread>
 
+#include "LoopbackPorts.h"
 #include "TestFiles.h"
 
 namespace kvapptest {
@@ -26,36 +27,6 @@ namespace fs = std::filesystem;
 
 constexpr int kStartSeconds = 30;
 constexpr auto kPoll = std::chrono::milliseconds(100);
-
-int FreePort()
-{
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    socklen_t len = sizeof a;
-    int port = 0;
-    if (s >= 0 && bind(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0 &&
-        getsockname(s, reinterpret_cast<sockaddr*>(&a), &len) == 0)
-        port = ntohs(a.sin_port);
-    if (s >= 0)
-        close(s);
-    return port;
-}
-
-bool PortListening(int port)
-{
-    int s = socket(AF_INET, SOCK_STREAM, 0);
-    if (s < 0)
-        return false;
-    sockaddr_in a{};
-    a.sin_family = AF_INET;
-    a.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    a.sin_port = htons(static_cast<uint16_t>(port));
-    bool ok = connect(s, reinterpret_cast<sockaddr*>(&a), sizeof a) == 0;
-    close(s);
-    return ok;
-}
 
 std::string ReadAll(const std::string& path)
 {
@@ -87,7 +58,7 @@ std::string PpdFile(const std::string& fileName)
 
 AppServer::AppServer()
 {
-    m_port = FreePort();
+    m_port = kvtest::FreeLoopbackPort();
     setenv("SNAP_COMMON", m_dir.Path().c_str(), 1);
     fs::create_directories(m_dir.File("spool"));
     const std::string port = std::to_string(m_port);
@@ -98,7 +69,7 @@ AppServer::AppServer()
                                  "log-level=debug", "-o", "server-options=no-multicast,no-tls"});
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(kStartSeconds);
     while (std::chrono::steady_clock::now() < deadline) {
-        if (PortListening(m_port) && fs::exists(m_dir.File("kivcp-printer-app.sock"))) {
+        if (kvtest::LoopbackPortListening(m_port) && fs::exists(m_dir.File("kivcp-printer-app.sock"))) {
             m_running = true;
             break;
         }
@@ -115,7 +86,7 @@ AppServer::~AppServer()
 
 bool AppServer::Listening() const
 {
-    return PortListening(m_port);
+    return kvtest::LoopbackPortListening(m_port);
 }
 
 std::string AppServer::PrinterUri(const std::string& printer) const

@@ -8,6 +8,7 @@
 #include <cstring>
 #include <random>
 
+#include "HeldPageRecords.h"
 #include "RasterWriter.h"
 #include "TempDir.h"
 #include "rastokivepl.h"
@@ -35,17 +36,6 @@ private:
     int m_fd;
     cups_raster_t* m_ras = nullptr;
 };
-
-// A page-device record whose first-page geometry is `first`.
-_OEMPDEV PdevWithFirstPage(const cups_page_header2_t& first)
-{
-    _OEMPDEV pdev;
-    memset(&pdev, 0, sizeof(pdev));
-    pdev.bmInfoHeader.biWidth = static_cast<int32_t>(first.cupsWidth);
-    pdev.bmInfoHeader.biHeight = static_cast<int32_t>(first.cupsHeight);
-    pdev.bmInfoHeader.biBitCount = static_cast<uint16_t>(first.cupsBitsPerPixel);
-    return pdev;
-}
 
 // Pixel colours that identify their position.
 void PositionColour(unsigned x, unsigned y, unsigned char rgb[3])
@@ -119,7 +109,7 @@ TEST(HeldPage, RowsAreTopDownWithBlueGreenRedPixelsAndZeroPadding)
     RasterReader reader(path);
     cups_page_header2_t header;
     ASSERT_TRUE(reader.NextHeader(&header));
-    _OEMPDEV pdev = PdevWithFirstPage(header);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(header);
     ASSERT_TRUE(ReadPageIntoHeldBuffer(reader.Stream(), header, &pdev));
     ASSERT_NE(pdev.pBufStart, nullptr);
     EXPECT_EQ(pdev.dwBufSize, 16u * 3u);
@@ -146,7 +136,7 @@ TEST(HeldPage, ShortPageLeavesTheMissingRowsZero)
     RasterReader reader(path);
     cups_page_header2_t header;
     ASSERT_TRUE(reader.NextHeader(&header));
-    _OEMPDEV pdev = PdevWithFirstPage(header);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(header);
     ASSERT_TRUE(ReadPageIntoHeldBuffer(reader.Stream(), header, &pdev));
     ASSERT_EQ(pdev.dwBufSize, 120u);
     for (unsigned i = 0; i < 6 * 12; ++i)
@@ -164,7 +154,7 @@ TEST(HeldPage, SmallerLaterPageGetsABufferAsLargeAsTheFirstPageNeeds)
     RasterReader reader(path);
     cups_page_header2_t first;
     ASSERT_TRUE(reader.NextHeader(&first));
-    _OEMPDEV pdev = PdevWithFirstPage(first);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(first);
     ASSERT_TRUE(ReadPageIntoHeldBuffer(reader.Stream(), first, &pdev));
     EXPECT_EQ(pdev.dwBufSize, 24u * 8u);
     ReleaseHeldPage(&pdev);
@@ -193,7 +183,7 @@ TEST(HeldPage, LargerLaterPageGetsItsOwnSizeWithoutChangingTheFirstGeometry)
     RasterReader reader(path);
     cups_page_header2_t header;
     ASSERT_TRUE(reader.NextHeader(&header));
-    _OEMPDEV pdev = PdevWithFirstPage(header);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(header);
     ASSERT_TRUE(ReadPageIntoHeldBuffer(reader.Stream(), header, &pdev));
     EXPECT_EQ(pdev.dwBufSize, 8u * 2u);
     ReleaseHeldPage(&pdev);

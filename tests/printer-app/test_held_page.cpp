@@ -12,21 +12,12 @@
 #include <vector>
 
 #include "HeldPage.h"
+#include "HeldPageRecords.h"
 #include "RasterWriter.h"
 #include "TempDir.h"
 #include "rastokivepl.h"
 
 namespace {
-
-_OEMPDEV PdevWithFirstPage(const cups_page_header2_t& first)
-{
-    _OEMPDEV pdev;
-    memset(&pdev, 0, sizeof(pdev));
-    pdev.bmInfoHeader.biWidth = static_cast<int32_t>(first.cupsWidth);
-    pdev.bmInfoHeader.biHeight = static_cast<int32_t>(first.cupsHeight);
-    pdev.bmInfoHeader.biBitCount = static_cast<uint16_t>(first.cupsBitsPerPixel);
-    return pdev;
-}
 
 kvtest::RasterPage RandomPage(unsigned width, unsigned height, unsigned seed)
 {
@@ -47,7 +38,7 @@ std::vector<unsigned char> FilterHeldPage(const kvtest::RasterPage& page, bool s
     cups_raster_t* ras = cupsRasterOpen(fd, CUPS_RASTER_READ);
     cups_page_header2_t header;
     EXPECT_TRUE(cupsRasterReadHeader2(ras, &header));
-    _OEMPDEV pdev = PdevWithFirstPage(header);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(header);
     EXPECT_TRUE(ReadPageIntoHeldBuffer(ras, header, &pdev, swap, pending));
     std::vector<unsigned char> held(pdev.pBufStart, pdev.pBufStart + pdev.dwBufSize);
     ReleaseHeldPage(&pdev);
@@ -60,7 +51,7 @@ std::vector<unsigned char> FilterHeldPage(const kvtest::RasterPage& page, bool s
 // the page has, which a short page has fewer of than its height).
 std::vector<unsigned char> AppHeldPage(const kvtest::RasterPage& page, bool swap, kvrender::DeferredSwap* pending)
 {
-    _OEMPDEV pdev = PdevWithFirstPage(page.header);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(page.header);
     HeldPageFill fill;
     EXPECT_TRUE(fill.Begin(page.header, &pdev, swap));
     for (size_t y = 0; y < page.rows.size(); ++y)
@@ -108,7 +99,7 @@ TEST(AppHeldPage, ShortPageLeavesTheSameZeroRowsAsTheFilter)
 TEST(AppHeldPage, RowsSkippedAreZeroAndRowsBeyondThePageAreIgnored)
 {
     const kvtest::RasterPage page = RandomPage(4, 5, 9);
-    _OEMPDEV pdev = PdevWithFirstPage(page.header);
+    _OEMPDEV pdev = kvtest::PdevWithFirstPage(page.header);
     memset(&pdev, 0, sizeof pdev);
     HeldPageFill fill;
     ASSERT_TRUE(fill.Begin(page.header, &pdev, false));

@@ -244,15 +244,22 @@ bool WriteLine(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t
     return true;
 }
 
+// Closes the page being filled, if one is: its last rows are settled and
+// the page is held until the next page or the job's end renders it.
+void ClosePage(AppJob& state)
+{
+    if (state.pageOpen) {
+        state.swap = state.fill.End();
+        state.pageOpen = false;
+    }
+}
+
 bool EndPage(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* /*device*/, unsigned /*page*/)
 {
     AppJob* state = JobOf(job);
     if (!state)
         return false;
-    if (state->pageOpen) {
-        state->swap = state->fill.End();
-        state->pageOpen = false;
-    }
+    ClosePage(*state);
     return true;
 }
 
@@ -261,10 +268,7 @@ bool EndJob(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t* d
     AppJob* state = JobOf(job);
     if (!state)
         return false;
-    if (state->pageOpen) {
-        state->swap = state->fill.End();
-        state->pageOpen = false;
-    }
+    ClosePage(*state);
     if (state->pdev.pBufStart && !state->ended)
         EndDocument(state->Records(), state->logOn);
     ReleaseHeldPage(&state->pdev);

@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <string>
 
+#include "MallocBuffer.h"
 #include "PpdWriter.h"
 #include "RasterWriter.h"
 #include "TempDir.h"
@@ -139,4 +140,44 @@ TEST(FilterMainInProcess, SixArgumentJobReadsStandardInputAndNeverClosesIt)
     EXPECT_EQ(status, 0);
     EXPECT_NE(flagsAfter, -1);
     EXPECT_EQ(afterStat.st_ino, pipeStat.st_ino);
+}
+
+TEST(FilterMainInProcess, PageStepWithoutMemoryIsAWarningAndThePageStillPrints)
+{
+    // A 406 dpi page printed at 203 dpi: the 240,000-byte shrunk page
+    // cannot be had, every smaller block can.
+    kvtest::TempDir dir;
+    setenv("PPD", LabelPpd().WriteTo(dir.File("label.ppd")).c_str(), 1);
+    const std::string raster = dir.File("job.ras");
+    WriteFile(raster, RasterBytes({SolidPage(800, 400, 406, 0, 0, 0)}));
+    const int errFd = open(dir.File("stderr").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    const int outFd = open(dir.File("stdout").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    ASSERT_GE(errFd, 0);
+    ASSERT_GE(outFd, 0);
+    int status = -1;
+    {
+        SwappedFd out(1, outFd);
+        SwappedFd err(2, errFd);
+        kvimg::g_failBlocksFrom = 200000;
+        std::string file = raster;
+        char* argv[] = {const_cast<char*>("rastertokivcp"),
+                        const_cast<char*>("3"),
+                        const_cast<char*>("user"),
+                        const_cast<char*>("title"),
+                        const_cast<char*>("1"),
+                        const_cast<char*>(""),
+                        file.data(),
+                        nullptr};
+        status = FilterMain(7, argv);
+        kvimg::g_failBlocksFrom = 0;
+    }
+    close(errFd);
+    close(outFd);
+    EXPECT_EQ(status, 0);
+    EXPECT_NE(ReadFile(dir.File("stderr"))
+                  .find("\nWARNING: Not enough memory for scaling to the printer's resolution of page 1; the label "
+                        "may be incomplete\n"),
+              std::string::npos)
+        << ReadFile(dir.File("stderr"));
+    EXPECT_NE(ReadFile(dir.File("stdout")).find("GW"), std::string::npos);
 }

@@ -166,6 +166,29 @@ int AppServer::WaitForJob(const std::string& printer, int jobId, int seconds) co
     return state;
 }
 
+AppServer::WebPage AppServer::GetPage(const std::string& path) const
+{
+    WebPage page;
+    http_t* http = httpConnect2("127.0.0.1", m_port, nullptr, AF_INET, HTTP_ENCRYPTION_NEVER, 1, 30000, nullptr);
+    if (!http)
+        return page;
+    httpClearFields(http);
+    http_status_t status = HTTP_STATUS_ERROR;
+    if (httpGet(http, path.c_str()) == 0) {
+        while ((status = httpUpdate(http)) == HTTP_STATUS_CONTINUE) {
+        }
+    }
+    if (status != HTTP_STATUS_ERROR) {
+        page.status = status;
+        char buffer[8192];
+        ssize_t bytes;
+        while ((bytes = httpRead2(http, buffer, sizeof buffer)) > 0)
+            page.body.append(buffer, static_cast<size_t>(bytes));
+    }
+    httpClose(http);
+    return page;
+}
+
 std::string AppServer::Output(const std::string& printer, const std::string& jobName) const
 {
     return ReadAll(OutputFolder(printer) + "/" + jobName + ".prn");

@@ -55,6 +55,13 @@ public:
     // Waits until the job has ended or `seconds` pass; returns its last
     // IPP job state.
     int WaitForJob(const std::string& printer, int jobId, int seconds = 60) const;
+    // The web interface's page at `path` ("/addprinter"): its HTTP status
+    // and body; status 0 when the server does not answer.
+    struct WebPage {
+        int status = 0;
+        std::string body;
+    };
+    WebPage GetPage(const std::string& path) const;
     // What the job `jobName` left in `printer`'s file device.
     std::string Output(const std::string& printer, const std::string& jobName) const;
     const std::string& LastError() const { return m_error; }

@@ -12,6 +12,7 @@
 #include <string>
 
 #include "ChoiceCodes.h"
+#include "Devices.h"
 #include "Drivers.h"
 #include "InitalizeOemCfg.h"
 #include "IppForm.h"

@@ -3,12 +3,13 @@
 // printers, sizes, resolutions and choices.
 #include "Drivers.h"
 
+#include <strings.h>
+
 #include <cstring>
 #include <map>
 #include <memory>
 #include <mutex>
 
-#include "Devices.h"
 #include "IppOptions.h"
 #include "OptionTable.h"
 #include "RasterJob.h"
@@ -183,6 +184,16 @@ std::vector<pappl_pr_driver_t>& DriverList()
         return l;
     }();
     return list;
+}
+
+bool DeviceSchemeSupported(const char* deviceUri)
+{
+    if (!deviceUri)
+        return false;
+    for (const char* scheme : {"usb://", "socket://", "file://"})
+        if (strncasecmp(deviceUri, scheme, strlen(scheme)) == 0)
+            return true;
+    return false;
 }
 
 bool DriverCallback(pappl_system_t* system, const char* driverName, const char* deviceUri, const char* /*deviceId*/,

@@ -37,6 +37,10 @@ bool DriverCallback(pappl_system_t* system, const char* driverName, const char* 
                     pappl_pr_driver_data_t* data, ipp_t** attrs, void* cbData);
 const char* AutoAddCallback(const char* deviceInfo, const char* deviceUri, const char* deviceId, void* cbData);
 
+// True for the device URIs the application prints to: usb:, socket: and
+// file:.
+bool DeviceSchemeSupported(const char* deviceUri);
+
 }  // namespace kvapp
 
 #endif

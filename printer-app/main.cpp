@@ -6,7 +6,6 @@
 
 #include <vector>
 
-#include "Devices.h"
 #include "Drivers.h"
 
 #if defined(KV_SANITIZED)
@@ -21,7 +20,6 @@ extern "C" const char* __asan_default_options()
 
 int main(int argc, char* argv[])
 {
-    kvapp::ReplaceDnsSdScheme();
     std::vector<pappl_pr_driver_t>& drivers = kvapp::DriverList();
     // PAPPL 1.3 looks the footer up in its translations on every page and
     // fails on a missing one: the application always gives one.

@@ -12,7 +12,6 @@
 #include <string>
 
 #include "ChoiceCodes.h"
-#include "Devices.h"
 #include "Drivers.h"
 #include "InitalizeOemCfg.h"
 #include "IppForm.h"

@@ -194,8 +194,9 @@ bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*
     // PAPPL numbers pages from 1 in some versions and from 0 in its
     // documentation: the job counts them itself, as the filter does.
     const int number = ++state->pages;
-    // PAPPL's own rasterizing (images) leaves the header's copy count at
-    // 0 and makes the copies itself; a page is one label then.
+    // PWG raster has no copy count (the spooler's queues send 0, and
+    // PAPPL's own rasterizing of images leaves it 0 and makes the copies
+    // itself): a page is one label then.
     cups_page_header2_t header = options->header;
     if (header.NumCopies == 0)
         header.NumCopies = 1;

@@ -52,6 +52,22 @@ RasterPage RgbPage(unsigned width, unsigned height, unsigned dpi,
     return page;
 }
 
+RasterPage GreyPageAsRgb(const RasterPage& grey)
+{
+    RasterPage rgb{grey.header, {}};
+    rgb.header.cupsBitsPerPixel = 24;
+    rgb.header.cupsBytesPerLine = grey.header.cupsWidth * 3;
+    rgb.header.cupsColorSpace = CUPS_CSPACE_SRGB;
+    rgb.header.cupsNumColors = 3;
+    for (const std::vector<unsigned char>& row : grey.rows) {
+        std::vector<unsigned char> wide(row.size() * 3);
+        for (size_t x = 0; x < row.size(); ++x)
+            wide[3 * x] = wide[3 * x + 1] = wide[3 * x + 2] = row[x];
+        rgb.rows.push_back(std::move(wide));
+    }
+    return rgb;
+}
+
 RasterPage SolidPage(unsigned width, unsigned height, unsigned dpi, unsigned char r, unsigned char g, unsigned char b)
 {
     return RgbPage(width, height, dpi, [&](unsigned, unsigned, unsigned char rgb[3]) {

@@ -28,6 +28,11 @@ RasterPage RgbPage(unsigned width, unsigned height, unsigned dpi,
 // A uniform page of one colour.
 RasterPage SolidPage(unsigned width, unsigned height, unsigned dpi, unsigned char r, unsigned char g, unsigned char b);
 
+// An 8-bit grey page as the 24-bit sRGB page of the same greys, each
+// level in all three channels: what a rasterizer asked for RGB makes of a
+// page that is grey already.
+RasterPage GreyPageAsRgb(const RasterPage& grey);
+
 // Writes the pages as a raster stream to `path` (no pages: the stream
 // holds only its synchronisation word).
 void WriteRaster(const std::string& path, const std::vector<RasterPage>& pages);

@@ -78,6 +78,38 @@ GreyLines WidenGreyHeader(cups_page_header2_t& header)
     return kind;
 }
 
+// True when the job's document is a PNG picture of grey levels (colour
+// types 0 and 4, with or without alpha).
+bool IsGreyPng(pappl_job_t* job)
+{
+    // The signature (8 bytes), the first chunk's length and name (IHDR),
+    // the width, height and bit depth come before the colour type.
+    constexpr size_t kChunkNameAt = 12, kColourTypeAt = 25;
+    constexpr unsigned char kColourBit = 2, kPaletteType = 3;
+    const char* format = papplJobGetFormat(job);
+    if (!format || strcmp(format, "image/png") != 0)
+        return false;
+    unsigned char head[kColourTypeAt + 1];
+    const int fd = open(papplJobGetFilename(job), O_RDONLY);
+    if (fd < 0)
+        return false;
+    const bool read = ::read(fd, head, sizeof head) == static_cast<ssize_t>(sizeof head);
+    close(fd);
+    return read && memcmp(head + kChunkNameAt, "IHDR", 4) == 0 && head[kColourTypeAt] != kPaletteType &&
+           (head[kColourTypeAt] & kColourBit) == 0;
+}
+
+// PAPPL 1.3 makes the RGB lines of a grey picture from three neighbouring
+// grey samples per pixel, the pixel's own in red: the lines come with
+// coloured fringes that shift every edge once the page is grey again. The
+// red samples are the picture: `line` is mended into `out` from them
+// (which changes nothing when the lines are right).
+void MendGreyPictureLine(const unsigned char* line, std::vector<unsigned char>& out)
+{
+    for (size_t i = 0; i + 2 < out.size(); i += 3)
+        out[i] = out[i + 1] = out[i + 2] = line[i];
+}
+
 // Everything of one raster job, from its start to its end.
 struct AppJob {
     explicit AppJob(pappl_device_t* device) : sink(device) {}
@@ -95,9 +127,10 @@ struct AppJob {
     HeldPageFill fill;
     std::vector<unsigned char> wide;  // a grey line widened to RGB
     GreyLines grey = GreyLines::kNone;
-    int pages = 0;          // page headers seen
-    bool pageOpen = false;  // a page's lines are being stored
-    bool ended = false;     // the job stopped early: later pages are dropped
+    bool greyPicture = false;  // RGB lines PAPPL made of a grey PNG
+    int pages = 0;             // page headers seen
+    bool pageOpen = false;     // a page's lines are being stored
+    bool ended = false;        // the job stopped early: later pages are dropped
 
     JobRecords Records() { return {&cfg, &devMode, &pdev, &swap, &sink}; }
 };
@@ -201,7 +234,8 @@ bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*
     if (header.NumCopies == 0)
         header.NumCopies = 1;
     state->grey = WidenGreyHeader(header);
-    if (state->grey != GreyLines::kNone && header.cupsWidth <= kMaxWideLine)
+    state->greyPicture = state->grey == GreyLines::kNone && IsGreyPng(job);
+    if ((state->grey != GreyLines::kNone || state->greyPicture) && header.cupsWidth <= kMaxWideLine)
         state->wide.assign(header.cupsBytesPerLine, 0);
     const PageStart start = StartHeldPage(state->Records(), codes, &header, number, setUp, state->first, state->fill);
     papplLogJob(job, PAPPL_LOGLEVEL_DEBUG, "Page %d: %u x %u pixels at %u x %u dpi, %u bits, %u copies, start %d.",
@@ -228,12 +262,17 @@ bool WriteLine(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t
     AppJob* state = JobOf(job);
     if (!state || !state->pageOpen)
         return state != nullptr;
-    if (state->grey == GreyLines::kNone) {
+    if (state->grey == GreyLines::kNone && !state->greyPicture) {
         state->fill.StoreLine(y, line);
         return true;
     }
     if (state->wide.empty())
         return true;
+    if (state->greyPicture) {
+        MendGreyPictureLine(line, state->wide);
+        state->fill.StoreLine(y, state->wide.data());
+        return true;
+    }
     unsigned char* out = state->wide.data();
     const size_t width = state->wide.size() / 3;
     const bool ink = state->grey == GreyLines::kInk;

@@ -180,7 +180,8 @@ PngImage DecodeStoredPng(const std::string& file)
     return img;
 }
 
-std::string EncodeGreyPng(std::uint32_t width, std::uint32_t height, const std::vector<std::uint8_t>& grey)
+std::string EncodeGreyPng(std::uint32_t width, std::uint32_t height, const std::vector<std::uint8_t>& grey,
+                          std::uint32_t dpi)
 {
     constexpr std::size_t kMaxStored = 65535;
     std::string raw;
@@ -207,6 +208,15 @@ std::string EncodeGreyPng(std::uint32_t width, std::uint32_t height, const std::
     ihdr += std::string("\x08\x00\x00\x00\x00", 5);  // 8 bits, greyscale, deflate, no filter set, no interlace
     std::string png = kSignature;
     PutChunk(png, "IHDR", ihdr);
+    if (dpi) {
+        constexpr double kMetresPerInch = 0.0254;
+        const auto perMetre = static_cast<std::uint32_t>(dpi / kMetresPerInch + 0.5);
+        std::string phys;
+        PutU32(phys, perMetre);
+        PutU32(phys, perMetre);
+        phys += '\x01';  // the unit is the metre
+        PutChunk(png, "pHYs", phys);
+    }
     PutChunk(png, "IDAT", z);
     PutChunk(png, "IEND", "");
     return png;

@@ -20,6 +20,7 @@
 #include "HeldPage.h"
 #include "IppOptions.h"
 #include "PageLimits.h"
+#include "PageLines.h"
 #include "log4z.h"
 #include "rastokivepl.h"
 
@@ -50,64 +51,22 @@ constexpr unsigned kMaxWideLine = 1u << 20;
 // render; no printer waits long.
 std::mutex g_jobLock;
 
-// How the lines of an 8-bit grey page become RGB.
-enum class GreyLines {
-    kNone,  // the page is RGB already
-    kGrey,  // grey levels, 255 white (sgray, "W")
-    kInk    // ink levels, 255 black (device black, "K")
-};
-
-// For an 8-bit grey page: widens `header` to the 24-bit RGB page the
-// filter reads and says how its lines are widened. Other pages are left.
-GreyLines WidenGreyHeader(cups_page_header2_t& header)
+// The white level of the job's picture when PAPPL's lines of it need
+// mending (a grey PNG); 0 for every other document.
+int PictureWhite(pappl_job_t* job)
 {
-    constexpr unsigned kGreyBits = 8, kRgbBits = 24, kRgbBytes = 3;
-    if (header.cupsBitsPerPixel != kGreyBits || header.cupsBitsPerColor != kGreyBits)
-        return GreyLines::kNone;
-    GreyLines kind;
-    if (header.cupsColorSpace == CUPS_CSPACE_SW || header.cupsColorSpace == CUPS_CSPACE_W)
-        kind = GreyLines::kGrey;
-    else if (header.cupsColorSpace == CUPS_CSPACE_K)
-        kind = GreyLines::kInk;
-    else
-        return GreyLines::kNone;
-    header.cupsBitsPerPixel = kRgbBits;
-    header.cupsBytesPerLine = header.cupsWidth * kRgbBytes;
-    header.cupsColorSpace = CUPS_CSPACE_SRGB;
-    header.cupsNumColors = kRgbBytes;
-    return kind;
-}
-
-// True when the job's document is a PNG picture of grey levels (colour
-// types 0 and 4, with or without alpha).
-bool IsGreyPng(pappl_job_t* job)
-{
-    // The signature (8 bytes), the first chunk's length and name (IHDR),
-    // the width, height and bit depth come before the colour type.
-    constexpr size_t kChunkNameAt = 12, kColourTypeAt = 25;
-    constexpr unsigned char kColourBit = 2, kPaletteType = 3;
+    constexpr size_t kHeadBytes = 26;  // the PNG signature and its IHDR chunk up to the colour type
     const char* format = papplJobGetFormat(job);
     if (!format || strcmp(format, "image/png") != 0)
-        return false;
-    unsigned char head[kColourTypeAt + 1];
+        return 0;
     const int fd = open(papplJobGetFilename(job), O_RDONLY);
     if (fd < 0)
-        return false;
-    const bool read = ::read(fd, head, sizeof head) == static_cast<ssize_t>(sizeof head);
+        return 0;
+    std::string head(kHeadBytes, '\0');
+    const ssize_t got = read(fd, &head[0], head.size());
     close(fd);
-    return read && memcmp(head + kChunkNameAt, "IHDR", 4) == 0 && head[kColourTypeAt] != kPaletteType &&
-           (head[kColourTypeAt] & kColourBit) == 0;
-}
-
-// PAPPL 1.3 makes the RGB lines of a grey picture from three neighbouring
-// grey samples per pixel, the pixel's own in red: the lines come with
-// coloured fringes that shift every edge once the page is grey again. The
-// red samples are the picture: `line` is mended into `out` from them
-// (which changes nothing when the lines are right).
-void MendGreyPictureLine(const unsigned char* line, std::vector<unsigned char>& out)
-{
-    for (size_t i = 0; i + 2 < out.size(); i += 3)
-        out[i] = out[i + 1] = out[i + 2] = line[i];
+    head.resize(got > 0 ? static_cast<size_t>(got) : 0);
+    return GreyPngWhite(head);
 }
 
 // Everything of one raster job, from its start to its end.
@@ -125,12 +84,12 @@ struct AppJob {
     bool logOn = false;
     PageGeometry first{};
     HeldPageFill fill;
-    std::vector<unsigned char> wide;  // a grey line widened to RGB
-    GreyLines grey = GreyLines::kNone;
-    bool greyPicture = false;  // RGB lines PAPPL made of a grey PNG
-    int pages = 0;             // page headers seen
-    bool pageOpen = false;     // a page's lines are being stored
-    bool ended = false;        // the job stopped early: later pages are dropped
+    LineForm form;                    // what the page's lines are
+    int pictureWhite = 0;             // see LineForm
+    std::vector<unsigned char> wide;  // a line made RGB
+    int pages = 0;                    // page headers seen
+    bool pageOpen = false;            // a page's lines are being stored
+    bool ended = false;               // the job stopped early: later pages are dropped
 
     JobRecords Records() { return {&cfg, &devMode, &pdev, &swap, &sink}; }
 };
@@ -210,6 +169,7 @@ bool StartJob(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* dev
     for (const std::string& value : ignored)
         papplLogJob(job, PAPPL_LOGLEVEL_WARN, "Ignoring %s: not a choice of this printer.", value.c_str());
     state->outputDpi = static_cast<int16_t>(model->dpi);
+    state->pictureWhite = PictureWhite(job);
     state->logOn = ChoiceCodeIndex(ChoiceCodes(state->codes, state->outputDpi).Code("DriverLog")) > 0;
     if (state->logOn)
         StartDriverLog();
@@ -233,9 +193,10 @@ bool StartPage(pappl_job_t* job, pappl_pr_options_t* options, pappl_device_t* /*
     cups_page_header2_t header = options->header;
     if (header.NumCopies == 0)
         header.NumCopies = 1;
-    state->grey = WidenGreyHeader(header);
-    state->greyPicture = state->grey == GreyLines::kNone && IsGreyPng(job);
-    if ((state->grey != GreyLines::kNone || state->greyPicture) && header.cupsWidth <= kMaxWideLine)
+    state->form.channels = WidenGreyHeader(header);
+    state->form.pictureWhite = state->pictureWhite;
+    state->wide.clear();
+    if (!state->form.AsTheyCome() && header.cupsWidth <= kMaxWideLine)
         state->wide.assign(header.cupsBytesPerLine, 0);
     const PageStart start = StartHeldPage(state->Records(), codes, &header, number, setUp, state->first, state->fill);
     papplLogJob(job, PAPPL_LOGLEVEL_DEBUG, "Page %d: %u x %u pixels at %u x %u dpi, %u bits, %u copies, start %d.",
@@ -262,25 +223,14 @@ bool WriteLine(pappl_job_t* job, pappl_pr_options_t* /*options*/, pappl_device_t
     AppJob* state = JobOf(job);
     if (!state || !state->pageOpen)
         return state != nullptr;
-    if (state->grey == GreyLines::kNone && !state->greyPicture) {
+    if (state->form.AsTheyCome()) {
         state->fill.StoreLine(y, line);
         return true;
     }
     if (state->wide.empty())
         return true;
-    if (state->greyPicture) {
-        MendGreyPictureLine(line, state->wide);
-        state->fill.StoreLine(y, state->wide.data());
-        return true;
-    }
-    unsigned char* out = state->wide.data();
-    const size_t width = state->wide.size() / 3;
-    const bool ink = state->grey == GreyLines::kInk;
-    for (size_t x = 0; x < width; ++x) {
-        const unsigned char v = ink ? static_cast<unsigned char>(255 - line[x]) : line[x];
-        out[3 * x] = out[3 * x + 1] = out[3 * x + 2] = v;
-    }
-    state->fill.StoreLine(y, out);
+    WidenLine(state->form, line, state->wide);
+    state->fill.StoreLine(y, state->wide.data());
     return true;
 }
 

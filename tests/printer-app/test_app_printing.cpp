@@ -222,41 +222,61 @@ std::vector<uint8_t> GreyLabelPicture(unsigned width, unsigned height)
 // A PNG exactly the label's size at the printer's resolution, printed
 // without scaling, is a page of its own pixels: the application prints the
 // filter's EPL for that page, with the PWG header PAPPL makes for the job.
-TEST_F(AppPrinting, PngOfTheLabelsSizeThroughIpptoolIsTheFiltersEplForItsPixels)
-{
-    const kvppd::PpdModel& model = kvppd::PpdModels()[0];  // 203 dpi, 2 inches
-    ASSERT_TRUE(server.AddPrinter("label", kvapp::DriverName(model)));
-    constexpr unsigned kDpi = 203, kWidth = 2 * kDpi, kHeight = kDpi;  // 2 x 1 inches
-    const std::vector<uint8_t> grey = GreyLabelPicture(kWidth, kHeight);
-    const std::string png = server.Folder() + "/label.png";
-    kvtest::WriteFile(png, kvtool::EncodeGreyPng(kWidth, kHeight, grey, kDpi));
-    const int job = server.PrintWithIpptool("label", png, "image/png", "picture",
-                                            "ATTR resolution printer-resolution 203dpi\n"
-                                            "ATTR keyword print-scaling none\n"
-                                            "ATTR collection media-col {\n"
-                                            "  MEMBER collection media-size {\n"
-                                            "    MEMBER integer x-dimension 5080\n"
-                                            "    MEMBER integer y-dimension 2540\n"
-                                            "  }\n"
-                                            "}\n");
-    ASSERT_GT(job, 0) << server.LastError();
-    ASSERT_EQ(server.WaitForJob("label", job), kvapptest::kJobCompleted) << server.Log();
-    const std::string app = server.Output("label", "picture");
+class PictureOfTheLabelsSize : public AppPrinting {
+protected:
+    static constexpr unsigned kDpi = 203, kWidth = 2 * kDpi, kHeight = kDpi;  // 2 x 1 inches
 
-    // The same pixels as the page PAPPL makes, with its PWG header and one
-    // copy (PWG raster counts none), widened to the RGB the filter reads.
-    cups_page_header2_t header;
-    ASSERT_TRUE(
-        cupsRasterInitPWGHeader(&header, pwgMediaForSize(5080, 2540), "sgray_8", kDpi, kDpi, "one-sided", nullptr));
-    header.NumCopies = 1;
-    kvtest::RasterPage page{header, {}};
-    for (unsigned y = 0; y < kHeight; ++y)
-        page.rows.push_back(std::vector<unsigned char>(grey.begin() + y * kWidth, grey.begin() + (y + 1) * kWidth));
-    const std::string raster = server.Folder() + "/label-pixels.ras";
-    kvtest::WriteRaster(raster, {kvtest::GreyPageAsRgb(page)});
-    const std::string filter = kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster);
-    ASSERT_GT(filter.size(), 1000u);
-    EXPECT_TRUE(app == filter) << app.size() << " bytes from the application, " << filter.size() << " from the filter";
+    // Prints `grey` as a PNG of `bits` bits; expects the filter's EPL for
+    // the page of its pixels.
+    void PrintsTheFiltersEplForItsPixels(const std::vector<uint8_t>& grey, unsigned bits)
+    {
+        const kvppd::PpdModel& model = kvppd::PpdModels()[0];  // 203 dpi, 2 inches
+        ASSERT_TRUE(server.AddPrinter("label", kvapp::DriverName(model)));
+        const std::string png = server.Folder() + "/label.png";
+        kvtest::WriteFile(png, kvtool::EncodeGreyPng(kWidth, kHeight, grey, kDpi, bits));
+        const int job = server.PrintWithIpptool("label", png, "image/png", "picture",
+                                                "ATTR resolution printer-resolution 203dpi\n"
+                                                "ATTR keyword print-scaling none\n"
+                                                "ATTR collection media-col {\n"
+                                                "  MEMBER collection media-size {\n"
+                                                "    MEMBER integer x-dimension 5080\n"
+                                                "    MEMBER integer y-dimension 2540\n"
+                                                "  }\n"
+                                                "}\n");
+        ASSERT_GT(job, 0) << server.LastError();
+        ASSERT_EQ(server.WaitForJob("label", job), kvapptest::kJobCompleted) << server.Log();
+        const std::string app = server.Output("label", "picture");
+
+        // The same pixels as the page PAPPL makes, with its PWG header and
+        // one copy (PWG raster counts none), widened to the RGB the filter
+        // reads.
+        cups_page_header2_t header;
+        ASSERT_TRUE(
+            cupsRasterInitPWGHeader(&header, pwgMediaForSize(5080, 2540), "sgray_8", kDpi, kDpi, "one-sided", nullptr));
+        header.NumCopies = 1;
+        kvtest::RasterPage page{header, {}};
+        for (unsigned y = 0; y < kHeight; ++y)
+            page.rows.emplace_back(grey.begin() + y * kWidth, grey.begin() + (y + 1) * kWidth);
+        const std::string raster = server.Folder() + "/label-pixels.ras";
+        kvtest::WriteRaster(raster, {kvtest::GreyPageAsRgb(page)});
+        const std::string filter = kvapptest::FilterEpl(kvapptest::PpdFile(model.fileName), raster);
+        ASSERT_GT(filter.size(), 1000u);
+        EXPECT_TRUE(app == filter) << app.size() << " bytes from the application, " << filter.size()
+                                   << " from the filter";
+    }
+};
+
+TEST_F(PictureOfTheLabelsSize, GreyPngIsTheFiltersEplForItsPixels)
+{
+    PrintsTheFiltersEplForItsPixels(GreyLabelPicture(kWidth, kHeight), 8);
+}
+
+TEST_F(PictureOfTheLabelsSize, BlackAndWhitePngIsTheFiltersEplForItsPixels)
+{
+    std::vector<uint8_t> picture = GreyLabelPicture(kWidth, kHeight);
+    for (uint8_t& v : picture)
+        v = v >= 128 ? 255 : 0;
+    PrintsTheFiltersEplForItsPixels(picture, 1);
 }
 
 TEST_F(AppPrinting, CustomLabelSizeInMediaColSizesTheLabel)

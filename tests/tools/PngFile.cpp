@@ -180,14 +180,31 @@ PngImage DecodeStoredPng(const std::string& file)
     return img;
 }
 
+namespace {
+
+// The scanline of `grey` row `y` in `bits` bits per pixel.
+std::string GreyScanline(const std::vector<std::uint8_t>& grey, std::uint32_t width, std::uint32_t y, unsigned bits)
+{
+    const std::uint8_t* row = grey.data() + std::size_t(y) * width;
+    if (bits == 8)
+        return std::string(reinterpret_cast<const char*>(row), width);
+    std::string line((width + 7) / 8, '\0');
+    for (std::uint32_t x = 0; x < width; ++x)
+        if (row[x] >= 128)
+            line[x / 8] = static_cast<char>(line[x / 8] | (0x80 >> (x % 8)));
+    return line;
+}
+
+}  // namespace
+
 std::string EncodeGreyPng(std::uint32_t width, std::uint32_t height, const std::vector<std::uint8_t>& grey,
-                          std::uint32_t dpi)
+                          std::uint32_t dpi, unsigned bits)
 {
     constexpr std::size_t kMaxStored = 65535;
     std::string raw;
     for (std::uint32_t y = 0; y < height; ++y) {
         raw += '\0';
-        raw.append(reinterpret_cast<const char*>(grey.data()) + std::size_t(y) * width, width);
+        raw += GreyScanline(grey, width, y, bits);
     }
     std::string z("\x78\x01", 2);
     std::size_t pos = 0;
@@ -205,7 +222,8 @@ std::string EncodeGreyPng(std::uint32_t width, std::uint32_t height, const std::
     std::string ihdr;
     PutU32(ihdr, width);
     PutU32(ihdr, height);
-    ihdr += std::string("\x08\x00\x00\x00\x00", 5);  // 8 bits, greyscale, deflate, no filter set, no interlace
+    ihdr += static_cast<char>(bits);
+    ihdr += std::string(4, '\0');  // greyscale, deflate, no filter set, no interlace
     std::string png = kSignature;
     PutChunk(png, "IHDR", ihdr);
     if (dpi) {

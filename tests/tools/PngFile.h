@@ -32,11 +32,12 @@ struct PngImage {
 // Adler-32 sum. Anything else sets `error`.
 PngImage DecodeStoredPng(const std::string& file);
 
-// Returns an 8-bit greyscale PNG of `grey` (width x height bytes, row by
-// row); with `dpi`, it also says its resolution (a pHYs chunk, in whole
-// pixels per metre).
+// Returns a greyscale PNG of `grey` (width x height bytes, row by row) of
+// `bits` bits per pixel: 8, or 1 (levels from 128 up are white). With
+// `dpi`, it also says its resolution (a pHYs chunk, in whole pixels per
+// metre).
 std::string EncodeGreyPng(std::uint32_t width, std::uint32_t height, const std::vector<std::uint8_t>& grey,
-                          std::uint32_t dpi = 0);
+                          std::uint32_t dpi = 0, unsigned bits = 8);
 
 }  // namespace kvtool
 

@@ -89,6 +89,30 @@ protected:
         return file;
     }
 
+    // Expects `epl` to be what the filter prints, with the job options
+    // `options`, for the page the queue sends: the same page as a PPD
+    // queue's rasterizer gives the filter, RGB, and one copy where PWG
+    // raster leaves the count 0 (copies are the printer's). Otherwise the
+    // application's printer has the PPD's defaults, as the filter reads
+    // them from the 203 dpi 4-inch model's PPD.
+    void ExpectTheFiltersEpl(const std::string& epl, const std::string& options)
+    {
+        const std::vector<kvtest::RasterPage> grey = kvtest::ReadRaster(RasterTheQueueSends());
+        ASSERT_EQ(grey.size(), 1u) << cupsd.ErrorLog();
+        ASSERT_EQ(grey[0].header.cupsBitsPerPixel, 8u);
+        ASSERT_EQ(grey[0].header.cupsColorSpace, CUPS_CSPACE_SW);
+        ASSERT_EQ(grey[0].rows.size(), grey[0].header.cupsHeight);
+        ASSERT_EQ(grey[0].header.NumCopies, 0u);
+        kvtest::RasterPage page = kvtest::GreyPageAsRgb(grey[0]);
+        page.header.NumCopies = 1;
+        const std::string rgb = root.File("label-rgb.ras");
+        kvtest::WriteRaster(rgb, {page});
+        const std::string filter = kvapptest::FilterEpl(kvapptest::PpdFile("kivcp-epl2-203dpi-4in.ppd"), rgb, options);
+        ASSERT_FALSE(filter.empty());
+        EXPECT_TRUE(epl == filter) << epl.size() << " bytes from the application, " << filter.size()
+                                   << " from the filter";
+    }
+
     kvapptest::AppServer app;
     kvtest::TempDir root;  // nothing of the driver is installed for these queues
     kvinstall::PrivateCupsd cupsd{root.Path()};
@@ -112,24 +136,19 @@ TEST_F(EverywhereChain, PdfLabelThroughTheQueueIsTheFiltersEplForThePageTheQueue
 {
     const std::string epl = PrintThroughTheApplication();
     ASSERT_FALSE(epl.empty()) << app.Log();
+    ExpectTheFiltersEpl(epl, "");
+}
 
-    const std::vector<kvtest::RasterPage> grey = kvtest::ReadRaster(RasterTheQueueSends());
-    ASSERT_EQ(grey.size(), 1u) << cupsd.ErrorLog();
-    ASSERT_EQ(grey[0].header.cupsBitsPerPixel, 8u);
-    ASSERT_EQ(grey[0].header.cupsColorSpace, CUPS_CSPACE_SW);
-    ASSERT_EQ(grey[0].rows.size(), grey[0].header.cupsHeight);
-    // The same page as a PPD queue's rasterizer gives the filter: RGB, and
-    // one copy where PWG raster leaves the count 0 (copies are the
-    // printer's). The application's printer has the PPD's defaults, as the
-    // filter reads them from the 203 dpi 4-inch model's PPD.
-    ASSERT_EQ(grey[0].header.NumCopies, 0u);
-    kvtest::RasterPage page = kvtest::GreyPageAsRgb(grey[0]);
-    page.header.NumCopies = 1;
-    const std::string rgb = root.File("label-rgb.ras");
-    kvtest::WriteRaster(rgb, {page});
-    const std::string filter = kvapptest::FilterEpl(kvapptest::PpdFile("kivcp-epl2-203dpi-4in.ppd"), rgb);
-    ASSERT_FALSE(filter.empty());
-    EXPECT_TRUE(epl == filter) << epl.size() << " bytes from the application, " << filter.size() << " from the filter";
+// The spooler's queue passes no vendor attribute of a job on, but the
+// printer's defaults in the application are its choices.
+TEST_F(EverywhereChain, PrinterDefaultsInTheApplicationAreTheChoicesOfTheQueuesJobs)
+{
+    const kvtool::CommandResult set = app.Command(
+        {"modify", "-d", "label", "-o", "negative-image-default=on", "-o", "halftone-default=errordiffusion"});
+    ASSERT_EQ(set.status, 0) << set.err;
+    const std::string epl = PrintThroughTheApplication();
+    ASSERT_FALSE(epl.empty()) << app.Log();
+    ExpectTheFiltersEpl(epl, "NegativeFilm=On Halftone=ErrorDiffusion");
 }
 
 }  // namespace

@@ -199,6 +199,18 @@ TEST_F(AppPrinting, PngPictureThroughIpptoolPrintsOneLabelOfTheDefaultSize)
         << server.Output("label", "bars.png").size() << " and " << server.Output("label", "bars").size() << " bytes";
 }
 
+// The ipptool ATTR lines of a media-col of `width` x `length` hundredths
+// of a millimetre.
+std::string MediaSizeAttributes(int width, int length)
+{
+    return "ATTR collection media-col {\n"
+           "  MEMBER collection media-size {\n"
+           "    MEMBER integer x-dimension " +
+           std::to_string(width) + "\n    MEMBER integer y-dimension " + std::to_string(length) +
+           "\n  }\n"
+           "}\n";
+}
+
 // A grey picture of `width` x `height` pixels: a frame, bars of 1 to 4
 // pixels, grey steps and a gradient, content every halftone acts on.
 std::vector<uint8_t> GreyLabelPicture(unsigned width, unsigned height)
@@ -225,6 +237,7 @@ std::vector<uint8_t> GreyLabelPicture(unsigned width, unsigned height)
 class PictureOfTheLabelsSize : public AppPrinting {
 protected:
     static constexpr unsigned kDpi = 203, kWidth = 2 * kDpi, kHeight = kDpi;  // 2 x 1 inches
+    static constexpr int kWidthHmm = 5080, kLengthHmm = 2540;
 
     // Prints `grey` as a PNG of `bits` bits; expects the filter's EPL for
     // the page of its pixels.
@@ -236,13 +249,8 @@ protected:
         kvtest::WriteFile(png, kvtool::EncodeGreyPng(kWidth, kHeight, grey, kDpi, bits));
         const int job = server.PrintWithIpptool("label", png, "image/png", "picture",
                                                 "ATTR resolution printer-resolution 203dpi\n"
-                                                "ATTR keyword print-scaling none\n"
-                                                "ATTR collection media-col {\n"
-                                                "  MEMBER collection media-size {\n"
-                                                "    MEMBER integer x-dimension 5080\n"
-                                                "    MEMBER integer y-dimension 2540\n"
-                                                "  }\n"
-                                                "}\n");
+                                                "ATTR keyword print-scaling none\n" +
+                                                    MediaSizeAttributes(kWidthHmm, kLengthHmm));
         ASSERT_GT(job, 0) << server.LastError();
         ASSERT_EQ(server.WaitForJob("label", job), kvapptest::kJobCompleted) << server.Log();
         const std::string app = server.Output("label", "picture");
@@ -251,8 +259,8 @@ protected:
         // one copy (PWG raster counts none), widened to the RGB the filter
         // reads.
         cups_page_header2_t header;
-        ASSERT_TRUE(
-            cupsRasterInitPWGHeader(&header, pwgMediaForSize(5080, 2540), "sgray_8", kDpi, kDpi, "one-sided", nullptr));
+        ASSERT_TRUE(cupsRasterInitPWGHeader(&header, pwgMediaForSize(kWidthHmm, kLengthHmm), "sgray_8", kDpi, kDpi,
+                                            "one-sided", nullptr));
         header.NumCopies = 1;
         kvtest::RasterPage page{header, {}};
         for (unsigned y = 0; y < kHeight; ++y)
@@ -286,14 +294,9 @@ TEST_F(AppPrinting, CustomLabelSizeInMediaColSizesTheLabel)
     const std::string png = server.Folder() + "/black.png";
     kvtest::WriteFile(png, kvtool::EncodeGreyPng(100, 50, grey));
     // 3 x 1.5 inches, none of the named sizes.
-    const int job = server.PrintWithIpptool("label", png, "image/png", "custom",
-                                            "ATTR resolution printer-resolution 203dpi\n"
-                                            "ATTR collection media-col {\n"
-                                            "  MEMBER collection media-size {\n"
-                                            "    MEMBER integer x-dimension 7620\n"
-                                            "    MEMBER integer y-dimension 3810\n"
-                                            "  }\n"
-                                            "}\n");
+    const int job =
+        server.PrintWithIpptool("label", png, "image/png", "custom",
+                                "ATTR resolution printer-resolution 203dpi\n" + MediaSizeAttributes(7620, 3810));
     ASSERT_GT(job, 0) << server.LastError();
     ASSERT_EQ(server.WaitForJob("label", job), kvapptest::kJobCompleted) << server.Log();
     const std::string summary = kvapptest::EplviewSummary(server.Output("label", "custom"), server.Folder());
